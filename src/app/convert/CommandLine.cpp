@@ -1,0 +1,223 @@
+#include "CommandLine.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <unistd.h>
+
+namespace Tolm::Convert {
+
+namespace {
+
+std::uint64_t NowNanos()
+{
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return std::uint64_t(ts.tv_sec) * 1'000'000'000u + std::uint64_t(ts.tv_nsec);
+}
+
+bool IsOption(const std::string& arg) { return arg.size() > 2 && arg.compare(0, 2, "--") == 0; }
+
+} // namespace
+
+ArgumentParser::ArgumentParser(std::string command, std::vector<std::string> args)
+    : mCommand(std::move(command)), mArgs(std::move(args)), mTaken(mArgs.size(), false)
+{
+}
+
+bool ArgumentParser::Flag(const std::string& name)
+{
+    bool found = false;
+    for (size_t i = 0; i < mArgs.size(); ++i) {
+        if (!mTaken[i] && mArgs[i] == "--" + name) {
+            mTaken[i] = true;
+            found = true;
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> ArgumentParser::Values(const std::string& name)
+{
+    std::vector<std::string> values;
+    const std::string option = "--" + name;
+    for (size_t i = 0; i < mArgs.size(); ++i) {
+        if (mTaken[i])
+            continue;
+        if (mArgs[i] == option) {
+            mTaken[i] = true;
+            if (i + 1 < mArgs.size() && !mTaken[i + 1]) {
+                mTaken[i + 1] = true;
+                values.push_back(mArgs[i + 1]);
+                ++i;
+            } else {
+                Error(option + " needs a value");
+                mMissingValue = true;
+            }
+        } else if (mArgs[i].compare(0, option.size() + 1, option + "=") == 0) {
+            mTaken[i] = true;
+            values.push_back(mArgs[i].substr(option.size() + 1));
+        }
+    }
+    return values;
+}
+
+std::optional<std::string> ArgumentParser::Value(const std::string& name)
+{
+    auto values = Values(name);
+    if (values.empty())
+        return std::nullopt;
+    return values.back();
+}
+
+std::optional<std::vector<std::string>> ArgumentParser::Positionals()
+{
+    if (mMissingValue)
+        return std::nullopt;
+    std::vector<std::string> positionals;
+    bool onlyPositionals = false;
+    for (size_t i = 0; i < mArgs.size(); ++i) {
+        if (mTaken[i])
+            continue;
+        if (!onlyPositionals && mArgs[i] == "--") {
+            onlyPositionals = true;
+            continue;
+        }
+        if (!onlyPositionals && IsOption(mArgs[i])) {
+            Error("unknown option " + mArgs[i]);
+            return std::nullopt;
+        }
+        positionals.push_back(mArgs[i]);
+    }
+    return positionals;
+}
+
+void ArgumentParser::Error(const std::string& message) const
+{
+    std::fprintf(stderr, "tolm-convert %s: %s\n", mCommand.c_str(), message.c_str());
+}
+
+std::optional<double> ParseNumber(const std::string& text)
+{
+    if (text.empty())
+        return std::nullopt;
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + text.size() || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+ProgressBar::ProgressBar(std::string label, bool enabled) : mLabel(std::move(label)), mEnabled(enabled) {}
+
+ProgressBar::~ProgressBar() { Finish(); }
+
+void ProgressBar::Update(double fraction)
+{
+    if (!mEnabled || mFinished)
+        return;
+    fraction = std::clamp(fraction, 0.0, 1.0);
+    const int permille = int(fraction * 1000.0);
+    const std::uint64_t now = NowNanos();
+    if (permille == mLastPermille || (permille < 1000 && now - mLastDrawNanos < 100'000'000u))
+        return;
+    mLastPermille = permille;
+    mLastDrawNanos = now;
+    constexpr int kWidth = 30;
+    const int filled = int(fraction * kWidth);
+    std::string bar(size_t(filled), '#');
+    bar.append(size_t(kWidth - filled), '-');
+    std::fprintf(stderr, "\r%s [%s] %5.1f%%", mLabel.c_str(), bar.c_str(), fraction * 100.0);
+    std::fflush(stderr);
+}
+
+void ProgressBar::Finish()
+{
+    if (!mEnabled || mFinished)
+        return;
+    mFinished = true;
+    if (mLastPermille >= 0) {
+        std::fputc('\n', stderr);
+        std::fflush(stderr);
+    }
+}
+
+StatusLine::StatusLine(bool terminal) : mTerminal(terminal) {}
+
+StatusLine::~StatusLine() { End(); }
+
+void StatusLine::Show(const std::string& text)
+{
+    if (mTerminal) {
+        std::fprintf(stderr, "\r\033[K%s", text.c_str());
+        std::fflush(stderr);
+        mOpen = true;
+        return;
+    }
+    const std::uint64_t now = NowNanos();
+    if (mLastPlainNanos != 0 && now - mLastPlainNanos < 1'000'000'000u)
+        return;
+    mLastPlainNanos = now;
+    std::fprintf(stderr, "%s\n", text.c_str());
+}
+
+void StatusLine::End()
+{
+    if (mTerminal && mOpen) {
+        std::fputc('\n', stderr);
+        std::fflush(stderr);
+    }
+    mOpen = false;
+}
+
+std::string LevelBar(float peakLinear, int width)
+{
+    const double db = peakLinear > 0.0f ? 20.0 * std::log10(double(peakLinear)) : -1000.0;
+    const double fraction = std::clamp((db + 60.0) / 60.0, 0.0, 1.0);
+    const int filled = int(std::lround(fraction * width));
+    std::string bar = "[";
+    bar.append(size_t(filled), '#');
+    bar.append(size_t(width - filled), '-');
+    bar += db >= 0.0 ? "]!" : "] ";
+    return bar;
+}
+
+std::string FormatMinutesSeconds(double seconds)
+{
+    if (!(seconds >= 0.0))
+        seconds = 0.0;
+    // Round to tenths first so 59.96 s shows as 1:00.0, not 0:60.0.
+    const long long tenths = std::llround(seconds * 10.0);
+    char text[32];
+    std::snprintf(text, sizeof text, "%lld:%02lld.%lld", tenths / 600, (tenths / 10) % 60, tenths % 10);
+    return text;
+}
+
+namespace {
+std::atomic<int> gStopRequests{0};
+
+void OnStopSignal(int)
+{
+    if (gStopRequests.fetch_add(1) >= 1)
+        _exit(130);
+}
+} // namespace
+
+void InstallStopRequestHandler()
+{
+    struct sigaction action {};
+    action.sa_handler = OnStopSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+bool StopRequested() { return gStopRequests.load() > 0; }
+
+} // namespace Tolm::Convert

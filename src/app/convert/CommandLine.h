@@ -1,0 +1,82 @@
+#pragma once
+
+// Small shared pieces of tolm-convert's commands: argument parsing, the progress bar and
+// the one updating status line on standard error, and Ctrl-C as a polite stop request.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tolm::Convert {
+
+// Options of the form --name VALUE or --name=VALUE, flags of the form --name, and
+// positional arguments, in any order. Errors go to standard error as one line.
+class ArgumentParser {
+public:
+    ArgumentParser(std::string command, std::vector<std::string> args);
+
+    bool Flag(const std::string& name);                        // --name present
+    std::optional<std::string> Value(const std::string& name);  // last --name VALUE
+    std::vector<std::string> Values(const std::string& name);   // every --name VALUE, in order
+    // Once every option is taken: the positionals, or nullopt (after a message) when an
+    // unknown option is left or a value is missing.
+    std::optional<std::vector<std::string>> Positionals();
+
+    // Prints "tolm-convert COMMAND: message" on standard error.
+    void Error(const std::string& message) const;
+    const std::string& CommandName() const { return mCommand; }
+
+private:
+    std::string mCommand;
+    std::vector<std::string> mArgs;
+    std::vector<bool> mTaken;
+    bool mMissingValue = false;
+};
+
+// Parses a number; nullopt if the text is not wholly a number.
+std::optional<double> ParseNumber(const std::string& text);
+
+bool StandardErrorIsTerminal();
+
+// A progress bar on standard error, drawn only when it is a terminal.
+class ProgressBar {
+public:
+    explicit ProgressBar(std::string label, bool enabled = StandardErrorIsTerminal());
+    ~ProgressBar();  // ends the line
+    void Update(double fraction);  // 0..1; redraws at most every 1/10 s
+    void Finish();
+
+private:
+    std::string mLabel;
+    bool mEnabled;
+    bool mFinished = false;
+    int mLastPermille = -1;
+    std::uint64_t mLastDrawNanos = 0;
+};
+
+// One line on standard error that is rewritten in place (plain lines when not a terminal,
+// at most one a second).
+class StatusLine {
+public:
+    explicit StatusLine(bool terminal = StandardErrorIsTerminal());
+    ~StatusLine();
+    void Show(const std::string& text);
+    void End();  // moves to a new line
+
+private:
+    bool mTerminal;
+    bool mOpen = false;
+    std::uint64_t mLastPlainNanos = 0;
+};
+
+// "[#####-----]" of `width` cells for a level in dB from -60 to 0.
+std::string LevelBar(float peakLinear, int width = 20);
+// m:ss.s
+std::string FormatMinutesSeconds(double seconds);
+
+// Ctrl-C (SIGINT) and SIGTERM set a flag instead of ending the program; a second Ctrl-C ends it.
+void InstallStopRequestHandler();
+bool StopRequested();
+
+} // namespace Tolm::Convert
