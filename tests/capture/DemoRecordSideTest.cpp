@@ -1,0 +1,137 @@
+#include "capture/DemoRecordSide.h"
+
+#include "filters/GapDetector.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+using Morvo::Audio::Filters::GapDetector;
+using Tolm::Capture::DemoRecordSide;
+
+namespace {
+
+// Plays the part of the controller: a track starts at every gap, the album end stops.
+struct SplitRecorder : GapDetector::Listener {
+    double now = 0.0;
+    std::vector<double> gaps;
+    std::vector<double> albumEnds;
+    void TrackSilenceStarted() override { gaps.push_back(now); }
+    void TrackSilenceEnded() override {}
+    void AlbumEnded() override { albumEnds.push_back(now); }
+};
+
+struct Played {
+    SplitRecorder events;
+    float peak = 0.0f;
+    double musicPower = 0.0;
+    UInt64 musicFrames = 0;
+};
+
+Played PlaySide(double rate, double seconds)
+{
+    DemoRecordSide side(rate);
+    Played played;
+    GapDetector detector(played.events, 44100);
+    detector.SetSampleRate(static_cast<unsigned>(rate));
+    constexpr UInt32 kBlock = 1024;
+    std::vector<float> left(kBlock), right(kBlock);
+    float* channels[] = {left.data(), right.data()};
+    const auto total = UInt64(seconds * rate);
+    const double musicStart = side.Piece(0).start + 5.0, musicEnd = musicStart + 20.0;
+    for (UInt64 done = 0; done < total; done += kBlock) {
+        EXPECT_EQ(side.Render(channels, 2, kBlock), kBlock);
+        for (UInt32 i = 0; i < kBlock; ++i) {
+            played.peak = std::max({played.peak, std::fabs(left[i]), std::fabs(right[i])});
+            const double t = double(done + i) / rate;
+            if (t >= musicStart && t < musicEnd) {
+                played.musicPower += double(left[i]) * left[i];
+                ++played.musicFrames;
+            }
+        }
+        played.events.now = double(done + kBlock) / rate;
+        detector(left.data(), right.data(), kBlock);
+    }
+    return played;
+}
+
+} // namespace
+
+TEST(DemoRecordSide, LayoutIsSixPiecesWithShortGapsAndALongRunOut)
+{
+    DemoRecordSide side;
+    double end = side.Piece(0).start;
+    EXPECT_GT(end, 0.0);
+    for (int i = 0; i < DemoRecordSide::kPieceCount; ++i) {
+        const auto piece = side.Piece(i);
+        EXPECT_GE(piece.length, 20.0);
+        EXPECT_LE(piece.length, 90.0);
+        if (i > 0) {
+            EXPECT_GE(piece.start - end, 2.0);
+            EXPECT_LE(piece.start - end, 4.0);
+        }
+        end = piece.start + piece.length;
+    }
+    EXPECT_DOUBLE_EQ(side.RunOutStart(), end);
+    EXPECT_DOUBLE_EQ(side.SideLength(), end + 70.0);
+}
+
+// The point of the demo: live splitting must find exactly the six pieces and the album end.
+TEST(DemoRecordSide, GapDetectorSplitsItIntoSixTracksAndEndsTheAlbum)
+{
+    for (double rate : {44100.0, 48000.0}) {
+        SCOPED_TRACE(rate);
+        DemoRecordSide side(rate);
+        const Played played = PlaySide(rate, side.SideLength() + 5.0);
+
+        // A gap after each piece: five between pieces, one into the run-out.
+        ASSERT_EQ(played.events.gaps.size(), 6u);
+        for (int i = 0; i < 6; ++i) {
+            const auto piece = side.Piece(i);
+            const double pieceEnd = piece.start + piece.length;
+            const double nextStart = i < 5 ? side.Piece(i + 1).start : side.RunOutStart() + 10.0;
+            EXPECT_GT(played.events.gaps[size_t(i)], pieceEnd - 1.0) << "gap " << i;
+            EXPECT_LT(played.events.gaps[size_t(i)], nextStart) << "gap " << i;
+        }
+        // Album end once, 60.5 s of quiet after the last piece, well inside the run-out.
+        ASSERT_EQ(played.events.albumEnds.size(), 1u);
+        const double lastEnd = side.Piece(5).start + side.Piece(5).length;
+        EXPECT_GT(played.events.albumEnds[0], lastEnd + 58.0);
+        EXPECT_LT(played.events.albumEnds[0], side.SideLength());
+    }
+}
+
+TEST(DemoRecordSide, PlaysAtARecordsLevelWithoutClipping)
+{
+    DemoRecordSide side;
+    const Played played = PlaySide(44100.0, side.Piece(0).start + 30.0);
+    EXPECT_LT(played.peak, 0.9f);
+    EXPECT_GT(played.peak, 0.3f);
+    const double rmsDb = 10.0 * std::log10(played.musicPower / double(played.musicFrames));
+    EXPECT_GT(rmsDb, -26.0);
+    EXPECT_LT(rmsDb, -12.0);
+}
+
+TEST(DemoRecordSide, SameSideEveryTimeAndDropNeedleStartsOver)
+{
+    DemoRecordSide side;
+    std::vector<float> a(4096), b(4096), c(4096), d(4096);
+    float* first[] = {a.data(), b.data()};
+    float* again[] = {c.data(), d.data()};
+    side.Render(first, 2, 4096);
+    side.Render(again, 2, 4096);
+    EXPECT_NE(a, c);
+    EXPECT_EQ(side.Position(), 8192u);
+    side.DropNeedle();
+    side.Render(again, 2, 4096);
+    EXPECT_EQ(a, c);
+    EXPECT_EQ(b, d);
+    EXPECT_EQ(side.Position(), 4096u);
+
+    // Mono gets both channels mixed, so nothing is lost to a one-channel device.
+    float* mono[] = {c.data()};
+    side.DropNeedle();
+    side.Render(mono, 1, 4096);
+    EXPECT_FLOAT_EQ(c[1000], 0.5f * (a[1000] + b[1000]));
+}
