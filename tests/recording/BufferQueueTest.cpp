@@ -1,0 +1,288 @@
+// The push buffer queue and its work thread. Most cases hand buffers to a work thread of
+// their own that is not started yet, so what is waiting and what has been processed is
+// decided by the test, not by the scheduler.
+
+#include "recording/CABufferQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr UInt32 kChannels = 2;
+
+bool PollUntil(const std::function<bool()>& condition, std::chrono::seconds timeout = std::chrono::seconds(20))
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+// Stereo frames whose samples say where they came from: left = n, right = -n.
+struct Block {
+    Block(UInt32 first, UInt32 frames) : left(frames), right(frames), list("block", kChannels)
+    {
+        for (UInt32 i = 0; i < frames; ++i) {
+            left[i] = float(first + i);
+            right[i] = -float(first + i);
+        }
+        list.GetBuffer(0) = AudioBuffer{1, frames * 4, left.data()};
+        list.GetBuffer(1) = AudioBuffer{1, frames * 4, right.data()};
+    }
+    const AudioBufferList* List() const { return &list.GetBufferList(); }
+
+    std::vector<float> left, right;
+    CABufferList list;
+};
+
+// Records every processed buffer: its frames, in order, and the thread that processed it.
+class RecordingQueue : public CAPushBufferQueue {
+public:
+    RecordingQueue(int buffers, UInt32 frames, WorkThread* thread = nullptr) : CAPushBufferQueue(buffers, frames)
+    {
+        if (thread != nullptr)
+            mWorkThread = thread;
+        SetFormat(CAStreamBasicDescription::Float32(48000, kChannels, false));
+    }
+    ~RecordingQueue() override { CancelAndDisposeBuffers(); }
+
+    std::vector<float> Left() const
+    {
+        std::lock_guard lock(mMutex);
+        return mLeft;
+    }
+    std::vector<float> Right() const
+    {
+        std::lock_guard lock(mMutex);
+        return mRight;
+    }
+    std::vector<UInt32> BufferSizes() const
+    {
+        std::lock_guard lock(mMutex);
+        return mSizes;
+    }
+    std::vector<std::thread::id> Threads() const
+    {
+        std::lock_guard lock(mMutex);
+        return mThreads;
+    }
+    std::size_t Processed() const { return BufferSizes().size(); }
+    bool throwOnProcess = false;
+
+protected:
+    Buffer* CreateBuffer(const CAStreamBasicDescription& format, UInt32 nBytes) override
+    {
+        return new Buffer(this, format, nBytes);
+    }
+    void ProcessBuffer(Buffer* buffer) override
+    {
+        if (throwOnProcess)
+            throw std::runtime_error("write failed");
+        std::lock_guard lock(mMutex);
+        const auto* left = static_cast<const float*>(buffer->Memory().mBuffers[0].mData);
+        const auto* right = static_cast<const float*>(buffer->Memory().mBuffers[1].mData);
+        mLeft.insert(mLeft.end(), left, left + buffer->FrameCount());
+        mRight.insert(mRight.end(), right, right + buffer->FrameCount());
+        mSizes.push_back(buffer->FrameCount());
+        mThreads.push_back(std::this_thread::get_id());
+        buffer->SetEmpty();
+    }
+
+private:
+    mutable std::mutex mMutex;
+    std::vector<float> mLeft, mRight;
+    std::vector<UInt32> mSizes;
+    std::vector<std::thread::id> mThreads;
+};
+
+std::vector<float> Ramp(UInt32 first, UInt32 count)
+{
+    std::vector<float> v(count);
+    for (UInt32 i = 0; i < count; ++i)
+        v[i] = float(first + i);
+    return v;
+}
+
+std::vector<float> Concat(std::vector<float> a, const std::vector<float>& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+// A work thread that a test starts when it wants, and stops and frees at the end.
+struct IdleWorkThread {
+    IdleWorkThread() : thread(new CABufferQueue::WorkThread) {}
+    ~IdleWorkThread()
+    {
+        if (started) {
+            thread->Stop();
+            if (!PollUntil([&] { return !thread->IsRunning(); }))
+                return;  // leak rather than free a running thread
+        }
+        delete thread;
+    }
+    void Start()
+    {
+        started = true;
+        thread->Start();
+    }
+    CABufferQueue::WorkThread* thread;
+    bool started = false;
+};
+
+TEST(BufferQueue, ABlockLargerThanTheRoomLeftContinuesInTheNextBuffer)
+{
+    IdleWorkThread work;
+    RecordingQueue queue(3, 4, work.thread);
+    queue.PushBuffer(3, Block(0, 3).List());
+    queue.PushBuffer(3, Block(3, 3).List());  // one frame fills buffer 0, two go to buffer 1
+    EXPECT_EQ(queue.Processed(), 0u);
+
+    work.Start();
+    ASSERT_TRUE(PollUntil([&] { return queue.Processed() == 1; }));
+    EXPECT_EQ(queue.Left(), Ramp(0, 4));
+    EXPECT_EQ(queue.BufferSizes(), std::vector<UInt32>{4});
+
+    queue.Flush();
+    EXPECT_EQ(queue.Left(), Ramp(0, 6));
+    std::vector<float> negated = Ramp(0, 6);
+    for (float& x : negated)
+        x = -x;
+    EXPECT_EQ(queue.Right(), negated);
+    EXPECT_EQ(queue.GetOverrunCount(), 0);
+}
+
+TEST(BufferQueue, AnOverrunKeepsWhatFittedDropsTheRestAndCountsOncePerBlock)
+{
+    IdleWorkThread work;
+    RecordingQueue queue(3, 4, work.thread);
+    queue.PushBuffer(10, Block(0, 10).List());  // buffers 0 and 1 handed over, 2 holds two frames
+    queue.PushBuffer(5, Block(10, 5).List());   // two fit (buffer 2 handed over), buffer 0 still waits
+    EXPECT_EQ(queue.GetOverrunCount(), 1);
+    queue.PushBuffer(7, Block(15, 7).List());   // nothing fits
+    EXPECT_EQ(queue.GetOverrunCount(), 2);
+
+    work.Start();
+    ASSERT_TRUE(PollUntil([&] { return queue.Processed() == 3; }));
+    EXPECT_EQ(queue.Left(), Ramp(0, 12));
+
+    // The ring is free again and continues where it stood.
+    queue.PushBuffer(2, Block(100, 2).List());
+    queue.Flush();
+    EXPECT_EQ(queue.Left(), Concat(Ramp(0, 12), Ramp(100, 2)));
+    queue.ResetOverrunCount();
+    EXPECT_EQ(queue.GetOverrunCount(), 0);
+}
+
+TEST(BufferQueue, FlushWritesWaitingBuffersInOrderThenThePartialOneOnTheCallingThread)
+{
+    IdleWorkThread work;
+    RecordingQueue queue(3, 4, work.thread);
+    queue.Flush();  // nothing held: nothing processed
+    EXPECT_EQ(queue.Processed(), 0u);
+
+    queue.PushBuffer(10, Block(0, 10).List());
+    queue.Flush();
+    EXPECT_EQ(queue.BufferSizes(), (std::vector<UInt32>{4, 4, 2}));
+    EXPECT_EQ(queue.Left(), Ramp(0, 10));
+    for (auto id : queue.Threads())
+        EXPECT_EQ(id, std::this_thread::get_id());
+
+    // The current buffer is not advanced by a flush: the next frames go into it again.
+    queue.PushBuffer(2, Block(10, 2).List());
+    queue.Flush();
+    EXPECT_EQ(queue.BufferSizes(), (std::vector<UInt32>{4, 4, 2, 2}));
+
+    queue.Flush();  // emptied by the consumer: nothing more
+    EXPECT_EQ(queue.Processed(), 4u);
+
+    // Starting the work thread later finds nothing of this queue left to do.
+    work.Start();
+    queue.PushBuffer(4, Block(12, 4).List());
+    ASSERT_TRUE(PollUntil([&] { return queue.Processed() == 5; }));
+    EXPECT_EQ(queue.Left(), Ramp(0, 16));
+}
+
+TEST(BufferQueue, FlushWithTheWholeRingWaitingWritesEachBufferOnce)
+{
+    IdleWorkThread work;
+    RecordingQueue queue(3, 4, work.thread);
+    queue.PushBuffer(12, Block(0, 12).List());  // every buffer waits; the current one too
+    queue.Flush();
+    EXPECT_EQ(queue.BufferSizes(), (std::vector<UInt32>{4, 4, 4}));
+    EXPECT_EQ(queue.Left(), Ramp(0, 12));
+    queue.PushBuffer(4, Block(12, 4).List());  // no overrun: the ring is free
+    EXPECT_EQ(queue.GetOverrunCount(), 0);
+}
+
+TEST(BufferQueue, TwoQueuesShareTheOneProcessWideWorkThread)
+{
+    RecordingQueue a(3, 256);
+    RecordingQueue b(8, 128);
+    for (UInt32 i = 0; i < 10; ++i) {
+        a.PushBuffer(64, Block(i * 64, 64).List());
+        b.PushBuffer(64, Block(i * 64, 64).List());
+    }
+    ASSERT_TRUE(PollUntil([&] { return a.Processed() == 2 && b.Processed() == 5; }));
+    a.Flush();
+    b.Flush();
+    EXPECT_EQ(a.Left(), Ramp(0, 640));
+    EXPECT_EQ(b.Left(), Ramp(0, 640));
+
+    const auto threadOfA = a.Threads().front();
+    EXPECT_NE(threadOfA, std::this_thread::get_id());
+    EXPECT_EQ(b.Threads().front(), threadOfA);
+}
+
+TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTaken)
+{
+    IdleWorkThread work;
+    RecordingQueue kept(3, 4, work.thread);
+    auto removed = std::make_unique<RecordingQueue>(3, 4, work.thread);
+    kept.PushBuffer(4, Block(0, 4).List());
+    removed->PushBuffer(12, Block(50, 12).List());
+    kept.PushBuffer(4, Block(4, 4).List());
+
+    // Still on the pending stack: a queue that goes away must not have them processed.
+    work.thread->RemoveBuffers(removed.get());
+    work.Start();
+    ASSERT_TRUE(PollUntil([&] { return kept.Processed() == 2; }));
+    EXPECT_EQ(kept.Left(), Ramp(0, 8));
+    EXPECT_EQ(removed->Processed(), 0u);
+
+    // Removed buffers stay marked in progress, so the ring of that queue is blocked.
+    removed->PushBuffer(1, Block(0, 1).List());
+    EXPECT_EQ(removed->GetOverrunCount(), 1);
+    removed.reset();
+
+    kept.PushBuffer(4, Block(8, 4).List());
+    ASSERT_TRUE(PollUntil([&] { return kept.Processed() == 3; }));
+}
+
+TEST(BufferQueue, AFailingBufferEndsTheWorkThreadWithoutHoldingItsGuard)
+{
+    IdleWorkThread work;
+    RecordingQueue queue(3, 4, work.thread);
+    queue.throwOnProcess = true;
+    queue.PushBuffer(8, Block(0, 8).List());
+    work.Start();
+    ASSERT_TRUE(PollUntil([&] { return !work.thread->IsRunning(); }));
+    work.started = false;  // ended by itself
+    // Would hang if the guard had been left locked.
+    work.thread->RemoveBuffers(&queue);
+    queue.throwOnProcess = false;
+    EXPECT_EQ(queue.Processed(), 0u);
+}
+
+} // namespace
