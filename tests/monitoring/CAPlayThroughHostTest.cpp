@@ -1,0 +1,130 @@
+#include "monitoring/CAPlayThroughHost.h"
+
+#include "VirtualRig.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+using Tolm::Monitoring::CAPlayThroughHost;
+using Tolm::Test::RigSpec;
+using Tolm::Test::Sine;
+using Tolm::Test::VirtualRig;
+
+namespace {
+
+std::atomic<int> gHookCalls{0};
+
+OSStatus CountingHook(AudioBufferList*, unsigned long, long long)
+{
+    ++gHookCalls;
+    return noErr;
+}
+
+template <typename Condition>
+bool WaitFor(Condition condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// Lets every stream-format listener of `device` run that a change made before this call
+// would have run: ours is added last, so once it has run the others have too.
+void ChangeRateAndSettle(VirtualRig& rig, AudioDeviceID device, double rate)
+{
+    std::atomic<bool> seen{false};
+    auto& hardware = Tolm::Platform::Hardware();
+    const auto id = hardware.AddStreamFormatListener(device, [&] { seen = true; });
+    rig.hardware->SetSampleRate(device, rate);
+    ASSERT_TRUE(WaitFor([&] { return seen.load(); }));
+    hardware.RemoveListener(id);
+}
+
+} // namespace
+
+TEST(CAPlayThroughHost, FormatChangeRebuildsTheEngineRunningAtUnityGainWithoutHook)
+{
+    VirtualRig rig({}, Sine(1000.0, 48000.0, 0.5f));
+    CAPlayThroughHost host(rig.input, rig.output);
+    ASSERT_TRUE(host.PlayThroughExists());
+    EXPECT_FALSE(host.IsRunning());
+    host.Engine()->SetInputGain(6.0f);
+    host.Engine()->inputHook = &CountingHook;
+    gHookCalls = 0;
+
+    // Monitoring was stopped; the rebuilt engine runs all the same.
+    ChangeRateAndSettle(rig, rig.input, 44100.0);
+    ASSERT_TRUE(host.IsRunning());
+
+    rig.Run(200);
+    EXPECT_EQ(gHookCalls.load(), 0);
+    const auto played = rig.TakeLeft();
+    float peak = 0.0f;
+    for (std::size_t k = played.size() / 2; k < played.size(); ++k)
+        peak = std::max(peak, std::fabs(played[k]));
+    EXPECT_NEAR(peak, 0.5f, 0.02f);  // +6 dB would have limited it at 1.0
+
+    host.Stop();
+    EXPECT_FALSE(host.IsRunning());
+}
+
+TEST(CAPlayThroughHost, FormatChangeOfARunningEngineKeepsItRunning)
+{
+    VirtualRig rig({}, Sine(1000.0, 48000.0, 0.5f));
+    CAPlayThroughHost host(rig.input, rig.output);
+    ASSERT_EQ(host.Start(), noErr);
+    rig.Run(20);
+    ChangeRateAndSettle(rig, rig.input, 96000.0);
+    EXPECT_TRUE(host.IsRunning());
+    rig.TakeLeft();
+    rig.Run(200);
+    const auto played = rig.TakeLeft();
+    float peak = 0.0f;
+    for (std::size_t k = played.size() / 2; k < played.size(); ++k)
+        peak = std::max(peak, std::fabs(played[k]));
+    EXPECT_GT(peak, 0.4f);
+}
+
+TEST(CAPlayThroughHost, WithoutAnEngineStartAndStopDoNothing)
+{
+    VirtualRig rig({}, Sine(1000.0, 48000.0));
+    CAPlayThroughHost host(rig.input, rig.output);
+    ASSERT_EQ(host.Start(), noErr);
+    EXPECT_TRUE(host.IsRunning());
+    host.DeletePlayThrough();
+    EXPECT_FALSE(host.PlayThroughExists());
+    EXPECT_EQ(host.Engine(), nullptr);
+    EXPECT_EQ(host.Start(), noErr);
+    EXPECT_EQ(host.Stop(), noErr);
+    EXPECT_FALSE(host.IsRunning());
+
+    // Nobody listens any more: a format change builds nothing.
+    ChangeRateAndSettle(rig, rig.input, 44100.0);
+    EXPECT_FALSE(host.PlayThroughExists());
+}
+
+TEST(CAPlayThroughHost, ControlCallsRacingRebuildsStaySafe)
+{
+    VirtualRig rig({}, Sine(1000.0, 48000.0));
+    CAPlayThroughHost host(rig.input, rig.output);
+    std::atomic<bool> done{false};
+    std::thread owner([&] {
+        while (!done) {
+            host.Start();
+            host.Stop();
+        }
+    });
+    for (int i = 0; i < 20; ++i)
+        ChangeRateAndSettle(rig, rig.input, i % 2 ? 48000.0 : 44100.0);
+    done = true;
+    owner.join();
+    EXPECT_TRUE(host.PlayThroughExists());
+}
