@@ -16,7 +16,6 @@
 
 #include <QFile>
 #include <QtGlobal>
-
 #include <cstdio>
 #include <unistd.h>
 
@@ -41,9 +40,8 @@ Audio::Audio(AlertPresenter* alerts, QObject* parent)
     gapDetectorListener = std::make_unique<GapDetectorListener>(*this);
     // The detector always starts at 44100 Hz; each new track file sets the device's rate.
     gapDetector.store(new GapDetector(*gapDetectorListener, 44100));
-    mGapEvents = std::make_unique<GapEventQueue>([this](GapEventQueue::Event event) {
-        HandleGapEvent(static_cast<int>(event));
-    });
+    mGapEvents = std::make_unique<GapEventQueue>(
+        [this](GapEventQueue::Event event) { HandleGapEvent(static_cast<int>(event)); });
 
     mInputDeviceList = std::make_unique<Platform::AudioDeviceList>(true);
     mOutputDeviceList = std::make_unique<Platform::AudioDeviceList>(false);
@@ -112,7 +110,8 @@ std::unique_ptr<CAAudioFileRecorder> Audio::newRecorder(const QString& path)
     format.mSampleRate = rate;
 
     try {
-        auto recorder = std::make_unique<CAAudioFileRecorder>(mInputDeviceID, kRecorderBuffers, kRecorderBufferFrames);
+        auto recorder =
+            std::make_unique<CAAudioFileRecorder>(mInputDeviceID, kRecorderBuffers, kRecorderBufferFrames);
         FSRef parent;
         std::string name;
         const OSStatus found = PosixPathToParentFSRefAndName(bytes.constData(), parent, name);
@@ -131,11 +130,20 @@ std::unique_ptr<CAAudioFileRecorder> Audio::newRecorder(const QString& path)
 
 // Recording --------------------------------------------------------------------------------
 
-bool Audio::recording() const { return _recorder103 != nullptr; }
+bool Audio::recording() const
+{
+    return _recorder103 != nullptr;
+}
 
-void Audio::resetTrackCounter() { _tracks = 0; }
+void Audio::resetTrackCounter()
+{
+    _tracks = 0;
+}
 
-UInt32 Audio::numRecordedTracks() const { return _tracks; }
+UInt32 Audio::numRecordedTracks() const
+{
+    return _tracks;
+}
 
 UInt64 Audio::currentTrackLengthNanos() const
 {
@@ -172,7 +180,7 @@ bool Audio::newTrack()
     _startHostTime = AudioGetCurrentHostTime();
 
     if (restartPlayThru)
-        _playThru->Start();  // directly: the gap detector keeps its state across the split
+        _playThru->Start(); // directly: the gap detector keeps its state across the split
     return _recorder103 != nullptr;
 }
 
@@ -348,7 +356,7 @@ int Audio::selectInputFromDeviceList()
         return -1;
 
     if (match->deviceId == mInputDeviceID && _playThru)
-        return 0;  // already monitoring this device
+        return 0; // already monitoring this device
 
     if (match->deviceId != kAudioDeviceUnknown)
         mInputDeviceID = match->deviceId;

@@ -11,7 +11,6 @@
 
 #include <QObject>
 #include <QString>
-
 #include <memory>
 
 class CAAudioFileRecorder;
@@ -30,7 +29,7 @@ class GapEventQueue;
 
 // Told on the main thread when the gap detector has ended the recording at the end of a side.
 class AudioDelegate {
-public:
+  public:
     virtual ~AudioDelegate() = default;
     virtual void audioDetectedAlbumEnd() = 0;
 };
@@ -41,7 +40,7 @@ inline constexpr UInt32 kAudioHardwarePropertyDevices = FourCC("dev#");
 class Audio final : public QObject, public GapEventReceiver {
     Q_OBJECT
 
-public:
+  public:
     static constexpr int kDetectNone = 0;
     static constexpr int kDetectSelected = 1;
     static constexpr int kDetectTooManyUsbDevices = 2;
@@ -96,7 +95,7 @@ public:
 
     friend OSStatus AudioDevicesNotification(UInt32 property, void* clientData);
 
-private:
+  private:
     void HandleGapEvent(int event);
 
     AlertPresenter* mAlerts;

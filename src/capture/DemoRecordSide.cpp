@@ -13,15 +13,15 @@ constexpr double kLeadInSeconds = 2.5;
 constexpr size_t kTableSize = 4096;
 
 struct PieceStyle {
-    double length;    // seconds, fades included
-    double gapAfter;  // seconds of surface noise before the next piece
-    int root;         // MIDI note of the key
+    double length;   // seconds, fades included
+    double gapAfter; // seconds of surface noise before the next piece
+    int root;        // MIDI note of the key
     bool minor;
     double bpm;
-    std::array<int, 4> chords;  // scale degrees, one bar each
+    std::array<int, 4> chords; // scale degrees, one bar each
     bool drums;
     UInt32 seed;
-    float leadPan;  // 0 left .. 1 right
+    float leadPan; // 0 left .. 1 right
 };
 
 // Lengths from 26 s to 84 s and gaps from 2.6 s to 4 s: the gap detector needs more than
@@ -55,7 +55,10 @@ int IntoRange(int note, int low)
     return note;
 }
 
-double NoteHz(int note) { return 440.0 * std::pow(2.0, (note - 69) / 12.0); }
+double NoteHz(int note)
+{
+    return 440.0 * std::pow(2.0, (note - 69) / 12.0);
+}
 
 UInt32 Hash(UInt32 a, UInt32 b)
 {
@@ -83,11 +86,14 @@ template <typename Weight> std::vector<float> MakeTable(int count, Weight weight
     std::vector<float> table(kTableSize + 1);
     for (size_t i = 0; i < kTableSize; ++i)
         table[i] = float(cycle[i] / peak);
-    table[kTableSize] = table[0];  // guard point for interpolation
+    table[kTableSize] = table[0]; // guard point for interpolation
     return table;
 }
 
-double Frac(double x) { return x - std::floor(x); }
+double Frac(double x)
+{
+    return x - std::floor(x);
+}
 
 } // namespace
 
@@ -208,7 +214,7 @@ void DemoRecordSide::Music(int piece, double t, double length, float& left, floa
 {
     const PieceStyle& style = kStyles[size_t(piece)];
     const double fade = std::clamp(std::min(t / 1.2, (length - t) / 3.0), 0.0, 1.0);
-    const float envelope = float(fade * fade * (3.0 - 2.0 * fade));  // smooth ends
+    const float envelope = float(fade * fade * (3.0 - 2.0 * fade)); // smooth ends
     const double beat = t * style.bpm / 60.0;
     const double beatSeconds = 60.0 / style.bpm;
     const int bar = int(beat / 4.0);
@@ -232,13 +238,14 @@ void DemoRecordSide::Music(int piece, double t, double length, float& left, floa
     // Bass: the chord's root, plucked on every beat.
     const int bassNote = IntoRange(ScaleNote(style.root, style.minor, degree), 36);
     mBassVoice.phase += NoteHz(bassNote) / mSampleRate;
-    const float bass = 0.17f * float(0.25 + 0.75 * std::exp(-sinceBeat * 4.0)) * Table(mBass, mBassVoice.phase);
+    const float bass =
+        0.17f * float(0.25 + 0.75 * std::exp(-sinceBeat * 4.0)) * Table(mBass, mBassVoice.phase);
     l += bass;
     r += bass;
 
     // Lead: a tune in eighth notes, mostly chord tones, with rests.
     const auto eighth = UInt32(beat * 2.0);
-    const UInt32 h = Hash(style.seed, eighth / (eighth % 8 < 4 ? 1u : 2u));  // some notes held
+    const UInt32 h = Hash(style.seed, eighth / (eighth % 8 < 4 ? 1u : 2u)); // some notes held
     if (h % 5 != 0) {
         const int step = (h >> 4) % 3 != 0 ? degree + 2 * int((h >> 6) % 3) : degree + int((h >> 8) % 7);
         const int note = IntoRange(ScaleNote(style.root, style.minor, step), 69);
@@ -246,7 +253,8 @@ void DemoRecordSide::Music(int piece, double t, double length, float& left, floa
         mLeadVoice.phase += NoteHz(note) * vibrato / mSampleRate;
         const double sinceNote = Frac(beat * 2.0) * beatSeconds / 2.0;
         const float attack = float(std::min(1.0, sinceNote / 0.008));
-        const float lead = 0.10f * attack * float(std::exp(-sinceNote * 3.0)) * Table(mLead, mLeadVoice.phase);
+        const float lead =
+            0.10f * attack * float(std::exp(-sinceNote * 3.0)) * Table(mLead, mLeadVoice.phase);
         l += lead * (1.0f - style.leadPan) * 1.4f;
         r += lead * style.leadPan * 1.4f;
     }

@@ -14,12 +14,12 @@
 namespace Tolm::Capture {
 
 class DemoRecordSide final : public Platform::SignalSource {
-public:
+  public:
     static constexpr int kPieceCount = 6;
     static constexpr double kRunOutSeconds = 70.0;
 
     struct Span {
-        double start;  // seconds from the needle drop
+        double start; // seconds from the needle drop
         double length;
     };
 
@@ -39,15 +39,15 @@ public:
     // Real-time: no allocation, no locks. Always produces every frame asked for.
     UInt32 Render(float* const* channels, UInt32 channelCount, UInt32 frames) override;
 
-private:
+  private:
     struct Voice {
         double phase = 0.0;
     };
 
     struct Segment {
-        UInt64 begin;  // frame
+        UInt64 begin; // frame
         UInt64 end;
-        int piece;  // -1: surface noise only
+        int piece; // -1: surface noise only
     };
 
     void Reset();

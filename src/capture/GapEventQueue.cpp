@@ -1,7 +1,6 @@
 #include "capture/GapEventQueue.h"
 
 #include <QSocketNotifier>
-
 #include <cerrno>
 #include <stdexcept>
 #include <sys/eventfd.h>
@@ -46,7 +45,7 @@ void GapEventQueue::Drain()
     while (read(mEventFd, &count, sizeof(count)) < 0 && errno == EINTR) {
     }
     if (mDraining)
-        return;  // the outer drain further up the stack goes on in order
+        return; // the outer drain further up the stack goes on in order
     mDraining = true;
     struct Guard {
         bool& flag;

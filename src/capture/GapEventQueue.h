@@ -7,7 +7,6 @@
 // eventfd and hands the events over one by one.
 
 #include <QObject>
-
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -21,7 +20,7 @@ namespace Tolm::Capture {
 class GapEventQueue final : public QObject {
     Q_OBJECT
 
-public:
+  public:
     enum class Event : std::uint8_t { TrackGap, AlbumEnd };
 
     // `handler` runs on the thread this object lives in, once per event, in posting order.
@@ -36,8 +35,8 @@ public:
     // nested event loop (a modal alert) does not cause events to be handed over out of order.
     void Drain();
 
-private:
-    static constexpr std::uint32_t kCapacity = 256;  // a power of two
+  private:
+    static constexpr std::uint32_t kCapacity = 256; // a power of two
 
     std::function<void(Event)> mHandler;
     std::array<Event, kCapacity> mRing{};

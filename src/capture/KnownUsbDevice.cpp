@@ -89,10 +89,14 @@ const KnownUsbDevice* FindKnownUsbDevice(const UsbID& id)
     return nullptr;
 }
 
-bool UsbIdIsForKnownDevice(const UsbID& id) { return FindKnownUsbDevice(id) != nullptr; }
+bool UsbIdIsForKnownDevice(const UsbID& id)
+{
+    return FindKnownUsbDevice(id) != nullptr;
+}
 
-KnownUsbDeviceRegistration::KnownUsbDeviceRegistration(UsbID id, const char* firstName, const char* secondName,
-                                                       bool mayBeTurntable, bool mayBeTape, bool softwareRiaa)
+KnownUsbDeviceRegistration::KnownUsbDeviceRegistration(UsbID id, const char* firstName,
+                                                       const char* secondName, bool mayBeTurntable,
+                                                       bool mayBeTape, bool softwareRiaa)
 {
     std::lock_guard lock(RegistryMutex());
     auto& registered = Registry().emplace_back();

@@ -12,8 +12,8 @@ namespace Tolm::Capture {
 
 struct KnownUsbDevice {
     UsbID id;
-    const char* firstName;   // the name the sound server gives the device's source; never null
-    const char* secondName;  // another name the same source goes by, or null
+    const char* firstName;  // the name the sound server gives the device's source; never null
+    const char* secondName; // another name the same source goes by, or null
     // Both set: a bare codec that may sit in a turntable or in a tape deck, so the user is
     // asked which. Only the two together mean anything (see Audio::mightBeTurntableOrTape).
     bool mayBeTurntable;
@@ -37,7 +37,7 @@ bool UsbIdIsForKnownDevice(const UsbID& id);
 // has a virtual bus entry and source of its own. Rows are searched after the table. The row
 // a lookup returned stays valid for the program's life, also after the registration ends.
 class KnownUsbDeviceRegistration {
-public:
+  public:
     KnownUsbDeviceRegistration(UsbID id, const char* firstName, const char* secondName, bool mayBeTurntable,
                                bool mayBeTape, bool softwareRiaa);
     ~KnownUsbDeviceRegistration();
@@ -46,7 +46,7 @@ public:
 
     const KnownUsbDevice& Row() const { return *mRow; }
 
-private:
+  private:
     const KnownUsbDevice* mRow;
 };
 

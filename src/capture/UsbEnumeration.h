@@ -10,7 +10,7 @@ namespace Tolm::Capture {
 // One walk of the USB bus: the ids of the known devices on it, in bus order, one entry per
 // physical device (two units of one model give two equal entries). Made per detection.
 class UsbEnumeration {
-public:
+  public:
     // Walks the process-wide bus.
     UsbEnumeration();
     explicit UsbEnumeration(Platform::UsbBus& bus);
@@ -21,7 +21,7 @@ public:
 
     std::vector<UsbID> ids;
 
-private:
+  private:
     void iterateDevices(const std::vector<Platform::UsbDeviceEntry>& devices);
     bool getUSBDevice(const Platform::UsbDeviceEntry& entry);
 };

@@ -5,7 +5,10 @@
 
 namespace Tolm::Platform {
 
-AudioDeviceList::AudioDeviceList(bool isInput) : mInputs(isInput) { BuildList(); }
+AudioDeviceList::AudioDeviceList(bool isInput) : mInputs(isInput)
+{
+    BuildList();
+}
 
 void AudioDeviceList::BuildList()
 {

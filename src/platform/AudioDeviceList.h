@@ -9,7 +9,7 @@ namespace Tolm::Platform {
 // The system's audio devices that have at least one channel in one direction, in the
 // hardware's order, with their names as the hardware reports them (cut to 63 bytes).
 class AudioDeviceList {
-public:
+  public:
     struct Device {
         char name[64];
         AudioDeviceID deviceId;
@@ -20,7 +20,7 @@ public:
     const std::vector<Device>& GetList() const { return mDevices; }
     bool ForInput() const { return mInputs; }
 
-private:
+  private:
     void BuildList();
 
     bool mInputs;

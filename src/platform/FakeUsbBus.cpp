@@ -17,7 +17,10 @@ void FakeUsbBus::Add(UInt16 vendorId, UInt16 productId, UInt16 bcdDevice)
     Add(UsbDeviceEntry{true, vendorId, productId, bcdDevice});
 }
 
-void FakeUsbBus::AddUnreadable() { Add(UsbDeviceEntry{false, 0, 0, 0}); }
+void FakeUsbBus::AddUnreadable()
+{
+    Add(UsbDeviceEntry{false, 0, 0, 0});
+}
 
 bool FakeUsbBus::Remove(UInt16 vendorId, UInt16 productId)
 {

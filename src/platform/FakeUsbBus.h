@@ -10,7 +10,7 @@ namespace Tolm::Platform {
 // the fake's own entries follow: that is how the demo turntable appears on the user's bus.
 // Thread-safe, so tests may plug and unplug while detection runs.
 class FakeUsbBus final : public UsbBus {
-public:
+  public:
     explicit FakeUsbBus(std::shared_ptr<UsbBus> backing = nullptr);
 
     void Add(const UsbDeviceEntry& device);
@@ -24,7 +24,7 @@ public:
 
     bool Enumerate(std::vector<UsbDeviceEntry>& devices) override;
 
-private:
+  private:
     std::shared_ptr<UsbBus> mBacking;
     std::mutex mMutex;
     std::vector<UsbDeviceEntry> mDevices;

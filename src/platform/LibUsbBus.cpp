@@ -1,7 +1,6 @@
 #include "platform/LibUsbBus.h"
 
 #include <libusb.h>
-
 #include <memory>
 
 namespace Tolm::Platform {

@@ -17,11 +17,11 @@ struct UsbDeviceEntry {
     bool readable = true;
     UInt16 vendorId = 0;
     UInt16 productId = 0;
-    UInt16 bcdDevice = 0;  // release number, BCD-encoded as USB gives it
+    UInt16 bcdDevice = 0; // release number, BCD-encoded as USB gives it
 };
 
 class UsbBus {
-public:
+  public:
     virtual ~UsbBus() = default;
     // Every attached device, in bus order. False when the bus cannot be walked at all
     // (no USB file system, no permission); `devices` is then empty.

@@ -1,0 +1,206 @@
+// tolm-convert record: one side from the USB turntable or cassette deck into track files.
+
+#include "Command.h"
+#include "CommandLine.h"
+#include "SideRecorder.h"
+#include "capture/DemoTurntable.h"
+#include "capture/Localization.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace Tolm::Convert {
+
+namespace {
+
+std::string TrackName(size_t index)
+{
+    char name[32];
+    std::snprintf(name, sizeof(name), "%02zu.wav", index + 1);
+    return name;
+}
+
+// Moves a file, across file systems too, without ever replacing an existing one.
+bool MoveFile(const fs::path& from, const fs::path& to, std::string& error)
+{
+    std::error_code ec;
+    if (fs::exists(to, ec)) {
+        error = to.string() + " already exists";
+        return false;
+    }
+    fs::rename(from, to, ec);
+    if (!ec)
+        return true;
+    if (ec != std::errc::cross_device_link) {
+        error = ec.message();
+        return false;
+    }
+    if (!fs::copy_file(from, to, fs::copy_options::none, ec)) {
+        error = ec.message();
+        fs::remove(to, ec);
+        return false;
+    }
+    fs::remove(from, ec);
+    return true;
+}
+
+// The engine prints its diagnostics on standard output; our results must stay alone
+// there, so that a script can read them. The engine's lines go to standard error.
+class ResultOutput {
+  public:
+    ResultOutput()
+    {
+        std::fflush(stdout);
+        const int fd = dup(STDOUT_FILENO);
+        if (fd >= 0) {
+            mOut = fdopen(fd, "w");
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            std::setvbuf(stdout, nullptr, _IOLBF, 0);  // keep the engine's lines in order with ours
+        }
+    }
+    ~ResultOutput()
+    {
+        if (mOut)
+            std::fclose(mOut);
+    }
+    std::FILE* File() const { return mOut ? mOut : stdout; }
+
+  private:
+    std::FILE* mOut = nullptr;
+};
+
+int RunRecord(const std::vector<std::string>& args)
+{
+    ArgumentParser parser("record", args);
+    const auto device = parser.Value("device");
+    const bool demo = parser.Flag("demo");
+    const bool turntable = parser.Flag("turntable");
+    const auto tape = parser.Value("tape");
+    const auto gainText = parser.Value("gain");
+    const bool noAutoSplit = parser.Flag("no-auto-split");
+    const auto outDir = parser.Value("out");
+    const auto positionals = parser.Positionals();
+    if (!positionals)
+        return kExitBadInput;
+    if (!positionals->empty()) {
+        parser.Error("unexpected argument \"" + positionals->front() + "\"");
+        return kExitBadInput;
+    }
+    if (demo == device.has_value()) {
+        parser.Error("say where to record from: --device NAME (or --device auto) or --demo");
+        return kExitBadInput;
+    }
+    SourceKind kind = SourceKind::Unspecified;
+    if (turntable && tape) {
+        parser.Error("--turntable and --tape exclude each other");
+        return kExitBadInput;
+    }
+    if (turntable)
+        kind = SourceKind::Turntable;
+    if (tape) {
+        if (*tape == "normal")
+            kind = SourceKind::NormalTape;
+        else if (*tape == "chrome")
+            kind = SourceKind::ChromeTape;
+        else {
+            parser.Error("--tape takes normal or chrome, not \"" + *tape + "\"");
+            return kExitBadInput;
+        }
+    }
+    float gainDb = 0.0f;
+    if (gainText) {
+        const auto gain = ParseNumber(*gainText);
+        if (!gain || *gain < -60.0 || *gain > 40.0) {
+            parser.Error("--gain takes decibels from -60 to 40, not \"" + *gainText + "\"");
+            return kExitBadInput;
+        }
+        gainDb = float(*gain);
+    }
+    fs::path out;
+    if (outDir) {
+        // Checked before anything is recorded: a side cannot be played twice.
+        std::error_code ec;
+        out = fs::path(*outDir);
+        fs::create_directories(out, ec);
+        if (!fs::is_directory(out, ec) || access(out.c_str(), W_OK | X_OK) != 0) {
+            parser.Error("cannot write into the folder \"" + *outDir + "\"");
+            return kExitBadInput;
+        }
+        if (fs::exists(out / TrackName(0), ec)) {
+            parser.Error("\"" + *outDir + "\" already holds " + TrackName(0) + "; choose an empty folder");
+            return kExitBadInput;
+        }
+    }
+
+    int argc = 1;
+    char name[] = "tolm-convert";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    InstallTranslations();
+    InstallStopRequestHandler();
+    ResultOutput results;
+
+    // The demo turntable alone on the bus: --demo means that one, whatever else is plugged in.
+    std::unique_ptr<Capture::DemoTurntable> turntableDemo;
+    if (demo) {
+        turntableDemo = std::make_unique<Capture::DemoTurntable>(
+            nullptr, nullptr, Capture::DemoTurntable::Kind::OwnPreamp, 44100.0);
+        turntableDemo->Install();
+    }
+
+    StandardErrorAlerts alerts;
+    Capture::Audio audio(&alerts);
+    SideRecorder recorder(audio);
+    if (!recorder.Detect(device.value_or("auto")))
+        return kExitFailed;
+    if (!recorder.ChooseEqualiser(kind))
+        return kExitBadInput;
+    audio.setGainDb(gainDb);
+
+    const auto side = recorder.Record(!noAutoSplit, [&] {
+        if (turntableDemo)
+            turntableDemo->Side().DropNeedle();
+    });
+    if (!side)
+        return kExitFailed;
+    if (side->tracks.empty()) {
+        std::fprintf(stderr, "No track was recorded.\n");
+        return kExitFailed;
+    }
+
+    int status = kExitOk;
+    for (size_t i = 0; i < side->tracks.size(); ++i) {
+        std::string path = side->tracks[i].path;
+        if (outDir) {
+            const fs::path target = out / TrackName(i);
+            std::string error;
+            if (MoveFile(path, target, error))
+                path = target.string();
+            else {
+                std::fprintf(stderr, "Could not move %s to %s (%s); it stays where it is.\n", path.c_str(),
+                             target.c_str(), error.c_str());
+                status = kExitFailed;
+            }
+        }
+        std::fprintf(results.File(), "%s\t%s\n", path.c_str(),
+                     FormatMinutesSeconds(side->tracks[i].seconds).c_str());
+    }
+    std::fprintf(stderr, "%zu track%s%s.\n", side->tracks.size(), side->tracks.size() == 1 ? "" : "s",
+                 side->albumEnded ? "; the side ended by itself" : "");
+    return status;
+}
+
+const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
+                        "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
+                        "[--no-auto-split] [--out DIR]",
+                        &RunRecord}};
+
+} // namespace
+
+} // namespace Tolm::Convert
