@@ -1,0 +1,151 @@
+#include "library/ImportScript.h"
+
+#include "capture/InputChain.h"
+#include "capture/Localization.h"
+#include "library/AppleScriptRunner.h"
+#include "recording/CAAudioFile.h"
+
+#include <QFile>
+
+#include <unistd.h>
+#include <vector>
+
+// The script resource lives in this static library: register it before the first lookup.
+static void InitScriptResources() { Q_INIT_RESOURCE(library_scripts); }
+
+namespace Tolm::Library {
+
+namespace {
+
+constexpr float kNormalizedPeak = 0.97f;
+constexpr UInt32 kNormalizeBlockBytes = 8192;
+
+QString ImportScriptTemplate()
+{
+    static const bool registered = (InitScriptResources(), true);
+    (void)registered;
+    QFile resource(QStringLiteral(":/scripts/ImportTrack.js"));
+    if (!resource.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(resource.readAll());
+}
+
+// The localised default takes the number where its text has a place for it.
+QString UnknownTrackName(const QString& trackNumber)
+{
+    const QString text = Localized("IDS_UNKNOWN_TRACK");
+    return text.contains(QLatin1String("%1")) ? text.arg(trackNumber) : text;
+}
+
+// Scales the track file into "normalized.wav" in its folder; returns that file's path, or
+// `path` unchanged when the file or its folder cannot be found.
+QString Normalize(const QString& path)
+{
+    const QByteArray posixPath = QFile::encodeName(path);
+    FSRef folder;
+    std::string name;
+    if (PosixPathToParentFSRefAndName(posixPath.constData(), folder, name) != noErr ||
+        ::access(posixPath.constData(), R_OK) != 0)
+        return path;
+
+    // A silent recording has no peak to scale to; it is imported as it is.
+    const float peak = Capture::GetVUMax();
+    if (!(peak > 0.0f))
+        return path;
+    const float gain = kNormalizedPeak / peak;
+
+    const std::string normalizedName = "normalized.wav";
+    const std::string normalizedPath = folder.path + "/" + normalizedName;
+    ::unlink(normalizedPath.c_str());
+
+    CAAudioFile in;
+    in.Open(FSRef{folder.path + "/" + name});
+    CAAudioFile out;
+    out.CreateNew(folder, normalizedName, kAudioFileWAVEType, in.GetFileDataFormat());
+    const CAStreamBasicDescription client = in.GetClientDataFormat();
+    out.SetClientFormat(client);
+
+    const UInt32 bytesPerFrame = std::max<UInt32>(in.GetFileDataFormat().mBytesPerFrame, 1);
+    const UInt32 blockFrames = std::max<UInt32>(kNormalizeBlockBytes / bytesPerFrame, 1);
+    const UInt32 channels = client.NumberChannels();
+    std::vector<float> samples(std::size_t(blockFrames) * channels);
+    AudioBufferList list{};
+    list.mNumberBuffers = 1;
+    for (;;) {
+        list.mBuffers[0] = AudioBuffer{channels, UInt32(samples.size() * sizeof(float)), samples.data()};
+        UInt32 frames = blockFrames;
+        in.Read(frames, &list);
+        if (frames == 0)
+            break;
+        for (std::size_t i = 0; i < std::size_t(frames) * channels; ++i)
+            samples[i] *= gain;
+        out.Write(frames, &list);
+    }
+    out.Close();
+    in.Close();
+    return QFile::decodeName(QByteArray::fromStdString(normalizedPath));
+}
+
+} // namespace
+
+QString escapedFormOf(const QString& text)
+{
+    QString escaped = text;
+    escaped.replace(QLatin1String("\\"), QLatin1String("\\\\"));
+    escaped.replace(QLatin1String("\""), QLatin1String("\\\""));
+    return escaped;
+}
+
+QString lineBreaksEscaped(const QString& text)
+{
+    QString escaped = text;
+    escaped.replace(QLatin1String("\r"), QLatin1String("\\r"));
+    escaped.replace(QLatin1String("\n"), QLatin1String("\\n"));
+    escaped.replace(QChar(0x2028), QLatin1String("\\u2028"));
+    escaped.replace(QChar(0x2029), QLatin1String("\\u2029"));
+    return escaped;
+}
+
+QString fillPlaceholders(const QString& pattern, const QStringList& values)
+{
+    QString filled;
+    qsizetype from = 0;
+    for (const QString& value : values) {
+        const qsizetype at = pattern.indexOf(QLatin1String("%@"), from);
+        if (at < 0)
+            break;
+        filled += QStringView(pattern).mid(from, at - from);
+        filled += value;
+        from = at + 2;
+    }
+    filled += QStringView(pattern).mid(from);
+    return filled;
+}
+
+QString importScriptFor(const QString& path, const QString& escapedArtist, const QString& escapedAlbum,
+                        const QString& escapedName, const QString& trackNumber)
+{
+    return fillPlaceholders(ImportScriptTemplate(), {path, escapedArtist, escapedAlbum, escapedName, trackNumber});
+}
+
+bool convertAndTagAudioFile4(const QString& path, const QString& artist, const QString& album, const QString& name,
+                             const QString& trackNumber, bool normalize, QString* errorMessage)
+{
+    const QString trackName = name.isEmpty() ? UnknownTrackName(trackNumber) : name;
+    const QString trackArtist = artist.isEmpty() ? Localized("IDS_UNKNOWN_ARTIST") : artist;
+    const QString trackAlbum = album.isEmpty() ? Localized("IDS_UNKNOWN_ALBUM") : album;
+
+    const QString escapedArtist = lineBreaksEscaped(escapedFormOf(trackArtist));
+    const QString escapedAlbum = lineBreaksEscaped(escapedFormOf(trackAlbum));
+    const QString escapedName = lineBreaksEscaped(escapedFormOf(trackName));
+
+    const QString source = normalize ? Normalize(path) : path;
+    const QByteArray script = importScriptFor(source, escapedArtist, escapedAlbum, escapedName, trackNumber).toUtf8();
+    ScriptResultDescriptor result;
+    const OSStatus status = LowRunAppleScript(script.constData(), std::size_t(script.size()), &result);
+    if (status != noErr && errorMessage != nullptr)
+        *errorMessage = result.descriptorType == typeText ? result.text : QStringLiteral("script status %1").arg(status);
+    return status != noErr;
+}
+
+} // namespace Tolm::Library

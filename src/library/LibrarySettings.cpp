@@ -1,0 +1,80 @@
+#include "library/LibrarySettings.h"
+
+#include <QDir>
+#include <QSettings>
+#include <QStandardPaths>
+
+#include <mutex>
+
+namespace Tolm::Library {
+
+namespace {
+
+const QString kFolderKey = QStringLiteral("Library/Folder");
+const QString kFormatKey = QStringLiteral("Library/Format");
+
+std::mutex gOverrideMutex;
+std::optional<QString> gFolderOverride;
+std::optional<ImportFormat> gFormatOverride;
+
+QSettings UserSettings() { return QSettings(QStringLiteral("Tolm"), QStringLiteral("TolmAudioConverter")); }
+
+} // namespace
+
+QString LibrarySettings::defaultFolder()
+{
+    const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+    return music.isEmpty() ? QDir::home().filePath(QStringLiteral("Music")) : music;
+}
+
+QString LibrarySettings::folder()
+{
+    {
+        std::lock_guard lock(gOverrideMutex);
+        if (gFolderOverride)
+            return *gFolderOverride;
+    }
+    const QString chosen = UserSettings().value(kFolderKey).toString();
+    return chosen.isEmpty() ? defaultFolder() : chosen;
+}
+
+bool LibrarySettings::folderIsDefault()
+{
+    {
+        std::lock_guard lock(gOverrideMutex);
+        if (gFolderOverride)
+            return false;
+    }
+    return UserSettings().value(kFolderKey).toString().isEmpty();
+}
+
+ImportFormat LibrarySettings::format()
+{
+    {
+        std::lock_guard lock(gOverrideMutex);
+        if (gFormatOverride)
+            return *gFormatOverride;
+    }
+    return ImportFormatFromName(UserSettings().value(kFormatKey).toString()).value_or(ImportFormat::Flac);
+}
+
+void LibrarySettings::setFolder(const QString& folder) { UserSettings().setValue(kFolderKey, folder); }
+
+void LibrarySettings::setFormat(ImportFormat format)
+{
+    UserSettings().setValue(kFormatKey, ImportFormatName(format));
+}
+
+void LibrarySettings::overrideFolder(std::optional<QString> folder)
+{
+    std::lock_guard lock(gOverrideMutex);
+    gFolderOverride = std::move(folder);
+}
+
+void LibrarySettings::overrideFormat(std::optional<ImportFormat> format)
+{
+    std::lock_guard lock(gOverrideMutex);
+    gFormatOverride = format;
+}
+
+} // namespace Tolm::Library

@@ -1,0 +1,248 @@
+#include "library/MusicLibrary.h"
+
+#include "capture/Localization.h"
+#include "library/LibraryError.h"
+#include "library/LibrarySettings.h"
+#include "library/SafeFileName.h"
+#include "library/TrackEncoder.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <unistd.h>
+
+namespace Tolm::Library {
+
+namespace {
+
+thread_local ConversionObserver* tObserver = nullptr;
+
+const QString kIntakeName = QStringLiteral(".tolm-intake");
+
+// Intake copies this old belong to no running import: a crash or a power cut left them.
+constexpr qint64 kStaleIntakeSeconds = 24 * 60 * 60;
+
+QString ErrnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
+
+bool IsAudioFile(const QString& name)
+{
+    static const QStringList suffixes{QStringLiteral("flac"), QStringLiteral("mp3"),  QStringLiteral("ogg"),
+                                      QStringLiteral("opus"), QStringLiteral("wav"),  QStringLiteral("m4a"),
+                                      QStringLiteral("aac"),  QStringLiteral("aif"),  QStringLiteral("aiff"),
+                                      QStringLiteral("wma"),  QStringLiteral("ape"),  QStringLiteral("wv")};
+    return suffixes.contains(QFileInfo(name).suffix().toLower());
+}
+
+void CopyFile(const QString& source, QFile& destination)
+{
+    QFile in(source);
+    if (!in.open(QIODevice::ReadOnly))
+        throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, in.errorString()));
+    QByteArray block(1 << 20, Qt::Uninitialized);
+    for (;;) {
+        const qint64 got = in.read(block.data(), block.size());
+        if (got < 0)
+            throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, in.errorString()));
+        if (got == 0)
+            break;
+        if (destination.write(block.constData(), got) != got)
+            throw LibraryError(QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
+    }
+    if (!destination.flush())
+        throw LibraryError(QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
+}
+
+QString NumberPrefix(const QString& trackNumber)
+{
+    bool ok = false;
+    const int number = trackNumber.trimmed().toInt(&ok);
+    return ok && number > 0 ? QStringLiteral("%1 ").arg(number, 2, 10, QLatin1Char('0')) : QString();
+}
+
+QString MakeFolder(const QString& parent, const QString& name)
+{
+    const QString path = QDir(parent).filePath(name);
+    if (!QDir().mkpath(path))
+        throw LibraryError(QStringLiteral("Cannot create the folder %1").arg(path));
+    return path;
+}
+
+} // namespace
+
+ConversionObserverScope::ConversionObserverScope(ConversionObserver& observer) : mPrevious(tObserver)
+{
+    tObserver = &observer;
+}
+
+ConversionObserverScope::~ConversionObserverScope() { tObserver = mPrevious; }
+
+MusicLibrary::MusicLibrary(QString folder, bool createIfMissing)
+    : mFolder(QDir::cleanPath(std::move(folder))), mCreateIfMissing(createIfMissing)
+{
+}
+
+std::shared_ptr<MusicLibrary> MusicLibrary::Current()
+{
+    static std::mutex mutex;
+    static std::map<QString, std::shared_ptr<MusicLibrary>> libraries;
+    const QString folder = QDir::cleanPath(LibrarySettings::folder());
+    std::lock_guard lock(mutex);
+    auto& library = libraries[folder];
+    if (!library)
+        library = std::make_shared<MusicLibrary>(folder, LibrarySettings::folderIsDefault());
+    return library;
+}
+
+QString MusicLibrary::intakeFolder() const { return QDir(mFolder).filePath(kIntakeName); }
+
+void MusicLibrary::checkAvailable() const
+{
+    QFileInfo info(mFolder);
+    if (!info.exists() && mCreateIfMissing && QFileInfo(info.absolutePath()).isDir())
+        QDir().mkpath(mFolder);
+    info.refresh();
+    if (!info.exists())
+        throw LibraryError(QStringLiteral("The music library folder %1 is missing.").arg(mFolder));
+    if (!info.isDir())
+        throw LibraryError(QStringLiteral("The music library folder %1 is not a folder.").arg(mFolder));
+    if (::access(QFile::encodeName(mFolder).constData(), W_OK | X_OK) != 0)
+        throw LibraryError(QStringLiteral("The music library folder %1 is not writable: %2").arg(mFolder, ErrnoText()));
+}
+
+int MusicLibrary::trackCount() const
+{
+    checkAvailable();
+    int count = 0;
+    // Hidden entries (the intake area among them) are skipped, and links are not followed,
+    // so a link cycle cannot trap the walk.
+    QDirIterator files(mFolder, QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        if (IsAudioFile(files.next()))
+            ++count;
+    }
+    std::lock_guard lock(mMutex);
+    return count + int(mAdded.size());
+}
+
+void MusicLibrary::sweepIntakeOnce()
+{
+    {
+        std::lock_guard lock(mMutex);
+        if (mSwept)
+            return;
+        mSwept = true;
+    }
+    const QDateTime staleBefore = QDateTime::currentDateTimeUtc().addSecs(-kStaleIntakeSeconds);
+    const auto stale = QDir(intakeFolder()).entryInfoList(QDir::Files | QDir::Hidden);
+    for (const QFileInfo& file : stale) {
+        if (file.lastModified().toUTC() < staleBefore)
+            QFile::remove(file.filePath());
+    }
+}
+
+MusicLibrary::TrackPtr MusicLibrary::add(const QString& file)
+{
+    checkAvailable();
+    const QFileInfo source(file);
+    if (!source.isFile())
+        throw LibraryError(QStringLiteral("%1 is not a file.").arg(file));
+    const QString intake = MakeFolder(mFolder, kIntakeName);
+    sweepIntakeOnce();
+
+    QTemporaryFile copy(QDir(intake).filePath(QStringLiteral("track-XXXXXX.") + source.suffix()));
+    if (!copy.open())
+        throw LibraryError(QStringLiteral("Cannot copy %1 into the library: %2").arg(file, copy.errorString()));
+    CopyFile(file, copy);
+    copy.close();
+    copy.setAutoRemove(false);
+
+    auto track = std::make_shared<Track>();
+    track->location = copy.fileName();
+    track->tags = ReadTrackTags(file).value_or(TrackTags{});
+    if (track->tags.title.isEmpty())
+        track->tags.title = source.completeBaseName();
+    std::lock_guard lock(mMutex);
+    mAdded.insert(track);
+    return track;
+}
+
+MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat format)
+{
+    if (!contains(track))
+        throw LibraryError(QStringLiteral("The track is no longer in the library."));
+    checkAvailable();
+    const TrackTags tags = track->tags;
+    const QString artistFolder =
+        MakeFolder(mFolder, SafeNameComponent(tags.artist, Localized("IDS_UNKNOWN_ARTIST")));
+    const QString albumFolder =
+        MakeFolder(artistFolder, SafeNameComponent(tags.album, Localized("IDS_UNKNOWN_ALBUM")));
+    const QString suffix = ImportFormatSuffix(format);
+
+    // Encoded and tagged under a hidden name, then renamed: the library never shows a half
+    // written track, and a failure leaves nothing behind.
+    QTemporaryFile encoded(QDir(albumFolder).filePath(QStringLiteral(".tolm-XXXXXX.") + suffix));
+    if (!encoded.open())
+        throw LibraryError(QStringLiteral("Cannot write into %1: %2").arg(albumFolder, encoded.errorString()));
+    encoded.close();
+    TrackEncoder::Progress progress;
+    if (tObserver != nullptr)
+        progress = [observer = tObserver](double fraction) { observer->conversionProgress(fraction); };
+    TrackEncoder::Encode(track->location, encoded.fileName(), format, progress);
+    WriteTrackTags(encoded.fileName(), format, tags);
+
+    const QString title =
+        SafeNameComponent(tags.title, Localized("IDS_UNKNOWN_TRACK").arg(tags.trackNumber));
+    const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags.trackNumber) + title, suffix);
+    if (::rename(QFile::encodeName(encoded.fileName()).constData(), QFile::encodeName(filed).constData()) != 0) {
+        const QString reason = ErrnoText();
+        QFile::remove(filed);
+        throw LibraryError(QStringLiteral("Cannot file the track as %1: %2").arg(filed, reason));
+    }
+    encoded.setAutoRemove(false);
+
+    auto converted = std::make_shared<Track>();
+    converted->kind = Track::Kind::Filed;
+    converted->location = filed;
+    converted->tags = tags;
+    converted->format = format;
+    if (tObserver != nullptr)
+        tObserver->trackFiled(filed);
+    return converted;
+}
+
+void MusicLibrary::remove(const TrackPtr& track)
+{
+    if (track->kind == Track::Kind::Filed) {
+        if (!QFile::remove(track->location))
+            throw LibraryError(QStringLiteral("Cannot delete %1").arg(track->location));
+        return;
+    }
+    std::lock_guard lock(mMutex);
+    if (mAdded.erase(track) == 0)
+        throw LibraryError(QStringLiteral("The track is not in the library."));
+}
+
+bool MusicLibrary::contains(const TrackPtr& track) const
+{
+    if (track->kind == Track::Kind::Filed)
+        return QFileInfo::exists(track->location);
+    std::lock_guard lock(mMutex);
+    return mAdded.count(track) != 0;
+}
+
+void MusicLibrary::setTags(const TrackPtr& track, const TrackTags& tags)
+{
+    if (track->kind == Track::Kind::Filed && track->format)
+        WriteTrackTags(track->location, *track->format, tags);
+    track->tags = tags;
+}
+
+} // namespace Tolm::Library

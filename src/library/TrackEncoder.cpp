@@ -1,0 +1,152 @@
+#include "library/TrackEncoder.h"
+
+#include "library/LibraryError.h"
+
+#include <QFile>
+
+#include <samplerate.h>
+#include <sndfile.h>
+
+#include <memory>
+#include <vector>
+
+namespace Tolm::Library {
+
+namespace {
+
+constexpr sf_count_t kBlockFrames = 8192;
+
+struct SndfileCloser {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+};
+using SndfileHandle = std::unique_ptr<SNDFILE, SndfileCloser>;
+
+struct ResamplerDeleter {
+    void operator()(SRC_STATE* state) const { src_delete(state); }
+};
+using ResamplerHandle = std::unique_ptr<SRC_STATE, ResamplerDeleter>;
+
+QString SndfileError(SNDFILE* file) { return QString::fromUtf8(sf_strerror(file)); }
+
+void SetEncoderQuality(SNDFILE* file, ImportFormat format)
+{
+    switch (format) {
+    case ImportFormat::Mp3: {
+        int mode = SF_BITRATE_MODE_VARIABLE;
+        sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
+        double level = 0.2;  // roughly LAME's V2, transparent for most listeners
+        sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
+        break;
+    }
+    case ImportFormat::OggVorbis: {
+        double quality = 0.6;  // Vorbis q6, about 192 kbit/s
+        sf_command(file, SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+        break;
+    }
+    case ImportFormat::Opus: {
+        int mode = SF_BITRATE_MODE_VARIABLE;
+        sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
+        break;
+    }
+    case ImportFormat::Flac:
+    case ImportFormat::Wav:
+        break;
+    }
+    // Over-full float samples clip instead of wrapping round to the other extreme.
+    sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+}
+
+class Writer {
+public:
+    Writer(SNDFILE* file, const QString& destination) : mFile(file), mDestination(destination) {}
+
+    void Write(const float* samples, sf_count_t frames)
+    {
+        if (frames == 0)
+            return;
+        if (sf_writef_float(mFile, samples, frames) != frames)
+            throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(mDestination, SndfileError(mFile)));
+        mFrames += frames;
+    }
+    long long Frames() const { return mFrames; }
+
+private:
+    SNDFILE* mFile;
+    QString mDestination;
+    long long mFrames = 0;
+};
+
+} // namespace
+
+TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& destination, ImportFormat format,
+                                          const Progress& progress)
+{
+    if (!ImportFormatAvailable(format))
+        throw LibraryError(QStringLiteral("This system cannot encode %1 files.").arg(ImportFormatName(format).toUpper()));
+
+    SF_INFO inInfo{};
+    SndfileHandle in(sf_open(QFile::encodeName(source).constData(), SFM_READ, &inInfo));
+    if (!in)
+        throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(nullptr)));
+    const int channels = inInfo.channels;
+    if (format == ImportFormat::Mp3 && channels > 2)
+        throw LibraryError(QStringLiteral("MP3 holds at most two channels; %1 has %2.").arg(source).arg(channels));
+
+    SF_INFO outInfo{};
+    outInfo.samplerate = StoredSampleRate(format, inInfo.samplerate);
+    outInfo.channels = channels;
+    outInfo.format = ImportFormatSndfileFormat(format);
+    SndfileHandle out(sf_open(QFile::encodeName(destination).constData(), SFM_WRITE, &outInfo));
+    if (!out)
+        throw LibraryError(QStringLiteral("Cannot create %1: %2").arg(destination, SndfileError(nullptr)));
+    SetEncoderQuality(out.get(), format);
+
+    ResamplerHandle resampler;
+    const double ratio = double(outInfo.samplerate) / double(inInfo.samplerate);
+    if (outInfo.samplerate != inInfo.samplerate) {
+        int error = 0;
+        resampler.reset(src_new(SRC_SINC_MEDIUM_QUALITY, channels, &error));
+        if (!resampler)
+            throw LibraryError(QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
+    }
+
+    std::vector<float> input(size_t(kBlockFrames) * size_t(channels));
+    const auto outBlockFrames = sf_count_t(double(kBlockFrames) * ratio) + 64;
+    std::vector<float> output(resampler ? size_t(outBlockFrames) * size_t(channels) : 0);
+    Writer writer(out.get(), destination);
+    long long framesRead = 0;
+    for (bool last = false; !last;) {
+        const sf_count_t got = sf_readf_float(in.get(), input.data(), kBlockFrames);
+        if (got < 0)
+            throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(in.get())));
+        last = got < kBlockFrames;
+        framesRead += got;
+        if (!resampler) {
+            writer.Write(input.data(), got);
+        } else {
+            SRC_DATA data{};
+            data.data_in = input.data();
+            data.input_frames = long(got);
+            data.src_ratio = ratio;
+            data.end_of_input = last ? 1 : 0;
+            // At the end the filter's tail still has to come out: keep asking until it is empty.
+            do {
+                data.data_out = output.data();
+                data.output_frames = long(outBlockFrames);
+                if (const int error = src_process(resampler.get(), &data))
+                    throw LibraryError(QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
+                writer.Write(output.data(), data.output_frames_gen);
+                data.data_in += data.input_frames_used * channels;
+                data.input_frames -= data.input_frames_used;
+            } while (data.input_frames > 0 || (last && data.output_frames_gen > 0));
+        }
+        if (progress && inInfo.frames > 0)
+            progress(double(framesRead) / double(inInfo.frames));
+    }
+
+    if (const int error = sf_close(out.release()))
+        throw LibraryError(QStringLiteral("Cannot finish %1: %2").arg(destination, QString::fromUtf8(sf_error_number(error))));
+    return {outInfo.samplerate, writer.Frames()};
+}
+
+} // namespace Tolm::Library

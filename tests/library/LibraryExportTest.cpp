@@ -1,0 +1,306 @@
+#include "LibraryTestSupport.h"
+#include "capture/AlertPresenter.h"
+#include "library/LibraryExport.h"
+#include "library/LibrarySettings.h"
+#include "library/NamingField.h"
+#include "library/TrackTags.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+using namespace Tolm::Library;
+using Tolm::Test::TemporaryLibrary;
+using Tolm::Test::WriteTrackFile;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Recorded track files in a scratch folder, as the Audio controller leaves them.
+class ScratchTracks final : public RecordedTracks {
+public:
+    explicit ScratchTracks(QString folder) : mFolder(std::move(folder)) {}
+
+    void record(UInt32 count)
+    {
+        mCount = count;
+        for (UInt32 i = 1; i <= count; ++i)
+            WriteTrackFile(fileNameForTrack(i), 44100, 2205);
+    }
+    UInt32 numRecordedTracks() override { return mCount; }
+    QString fileNameForTrack(UInt32 track) override
+    {
+        return QDir(mFolder).filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(track));
+    }
+    void resetTrackCounter() override { mCount = 0; }
+
+private:
+    QString mFolder;
+    std::atomic<UInt32> mCount{0};
+};
+
+class FixedNames final : public TrackNaming {
+public:
+    QString artist(UInt32) override { return mArtist; }
+    QString album(UInt32) override { return mAlbum; }
+    QString title(UInt32 track, UInt32) override { return QStringLiteral("Song %1").arg(track); }
+
+    QString mArtist = QStringLiteral("Artist");
+    QString mAlbum = QStringLiteral("Album");
+};
+
+class RecordingView final : public ExportView {
+public:
+    void exportStarted(UInt32 trackCount) override
+    {
+        std::lock_guard lock(mMutex);
+        mStarted = trackCount;
+        mProgress.clear();
+        mFiled.clear();
+    }
+    void setProgress(UInt32 tracksDone) override
+    {
+        std::lock_guard lock(mMutex);
+        mProgress.push_back(tracksDone);
+    }
+    void stopSpinner() override { mSpinnerStops++; }
+    void libraryNotAnswering(OSStatus status) override
+    {
+        mLastStatus = status;
+        mNotAnswering++;
+    }
+    void trackFiled(UInt32 track, const QString& path) override
+    {
+        {
+            std::lock_guard lock(mMutex);
+            mFiled.push_back(path);
+        }
+        if (mOnFiled)
+            mOnFiled(track);
+    }
+    void trackKept(UInt32 track, const QString& file, const QString& reason) override
+    {
+        std::lock_guard lock(mMutex);
+        mKept.push_back({track, file, reason});
+    }
+
+    std::vector<UInt32> progress()
+    {
+        std::lock_guard lock(mMutex);
+        return mProgress;
+    }
+    std::vector<QString> filed()
+    {
+        std::lock_guard lock(mMutex);
+        return mFiled;
+    }
+
+    struct Kept {
+        UInt32 track;
+        QString file;
+        QString reason;
+    };
+    std::mutex mMutex;
+    UInt32 mStarted = 0;
+    std::vector<UInt32> mProgress;
+    std::vector<QString> mFiled;
+    std::vector<Kept> mKept;
+    std::atomic<int> mSpinnerStops{0};
+    std::atomic<int> mNotAnswering{0};
+    std::atomic<OSStatus> mLastStatus{0};
+    std::function<void(UInt32)> mOnFiled;
+};
+
+class CountingAlerts final : public Tolm::Capture::AlertPresenter {
+public:
+    void ShowAlert(const QString& titleKey, const QString& messageKey, const QString&) override
+    {
+        EXPECT_EQ(titleKey, QStringLiteral("IDS_WARNING"));
+        EXPECT_EQ(messageKey, QStringLiteral("IDS_ITUNES_ERROR"));
+        mShown++;
+    }
+    std::atomic<int> mShown{0};
+};
+
+bool WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit = 120s)
+{
+    const auto until = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > until)
+            return false;
+        std::this_thread::sleep_for(10ms);
+    }
+    return true;
+}
+
+class LibraryExportTest : public ::testing::Test {
+protected:
+    LibraryExportTest() : mTracks(mLibrary.scratch()), mExport(mTracks, mNames, mView, mAlerts, Options()) {}
+
+    static LibraryExport::Options Options()
+    {
+        LibraryExport::Options options;
+        options.retryPause = 20ms;
+        return options;
+    }
+
+    // Exports `count` freshly recorded tracks and returns the track numbers they were tagged with.
+    std::vector<int> exportSide(UInt32 count)
+    {
+        mTracks.record(count);
+        mExport.processAudioFiles(false);
+        EXPECT_TRUE(WaitFor([this] { return mExport.pollingTimerFired(); }));
+        mExport.waitUntilDone();
+        std::vector<int> numbers;
+        for (const QString& file : mView.filed())
+            numbers.push_back(ReadTrackTags(file).value_or(TrackTags{}).trackNumber.toInt());
+        return numbers;
+    }
+
+    TemporaryLibrary mLibrary;
+    ScratchTracks mTracks;
+    FixedNames mNames;
+    RecordingView mView;
+    CountingAlerts mAlerts;
+    LibraryExport mExport;
+};
+
+std::vector<int> Range(int first, int last)
+{
+    std::vector<int> numbers;
+    for (int n = first; n <= last; ++n)
+        numbers.push_back(n);
+    return numbers;
+}
+
+} // namespace
+
+TEST_F(LibraryExportTest, ASecondSideOfTheSameAlbumContinuesTheNumbering)
+{
+    EXPECT_EQ(exportSide(8), Range(1, 8));
+    EXPECT_EQ(mView.mStarted, 8u);
+    EXPECT_EQ(mView.progress(), (std::vector<UInt32>{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(mTracks.numRecordedTracks(), 0u) << "the track counter is reset";
+    for (UInt32 i = 1; i <= 8; ++i)
+        EXPECT_FALSE(QFileInfo::exists(mTracks.fileNameForTrack(i))) << "track file " << i << " is deleted";
+
+    EXPECT_EQ(exportSide(6), Range(9, 14));
+    EXPECT_TRUE(QFileInfo::exists(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album/14 Song 6.flac"))));
+    // The saved count is the last side's alone, as it always was: a third side starts at 7.
+    EXPECT_EQ(exportSide(2), Range(7, 8));
+    EXPECT_EQ(mExport.saveTracks(), 2u);
+
+    mNames.mAlbum = QStringLiteral("Another Album");
+    EXPECT_EQ(exportSide(3), Range(1, 3));
+    mNames.mAlbum = QStringLiteral("another album");  // names compare exactly
+    EXPECT_EQ(exportSide(1), Range(1, 1));
+    EXPECT_EQ(mAlerts.mShown.load(), 0);
+    EXPECT_FALSE(mExport.pollingTimerFired()) << "the done flag is taken once";
+}
+
+TEST_F(LibraryExportTest, WaitsForAMissingLibraryFolderAndLosesNoTrack)
+{
+    const QString drive = QDir(mLibrary.scratch()).filePath(QStringLiteral("usb-drive/Music"));
+    LibrarySettings::overrideFolder(drive);
+    mTracks.record(3);
+    mExport.processAudioFiles(false);
+
+    ASSERT_TRUE(WaitFor([this] { return mView.mNotAnswering.load() >= 3; }));
+    EXPECT_EQ(mView.mLastStatus.load(), -1753);
+    EXPECT_GE(mAlerts.mShown.load(), 3);
+    EXPECT_FALSE(mExport.pollingTimerFired());
+    for (UInt32 i = 1; i <= 3; ++i)
+        EXPECT_TRUE(QFileInfo::exists(mTracks.fileNameForTrack(i)));
+
+    ASSERT_TRUE(QDir().mkpath(drive));  // the drive is plugged in
+    ASSERT_TRUE(WaitFor([this] { return mExport.pollingTimerFired(); }));
+    mExport.waitUntilDone();
+    EXPECT_EQ(mView.filed().size(), 3u);
+    for (UInt32 i = 1; i <= 3; ++i) {
+        EXPECT_FALSE(QFileInfo::exists(mTracks.fileNameForTrack(i)));
+        EXPECT_TRUE(QFileInfo::exists(QDir(drive).filePath(QStringLiteral("Artist/Album/%1 Song %2.flac")
+                                                                .arg(i, 2, 10, QLatin1Char('0'))
+                                                                .arg(i))));
+    }
+}
+
+TEST_F(LibraryExportTest, ATrackIsImportedAgainWhenTheLibraryGoesAwayAfterIt)
+{
+    const QString drive = mLibrary.folder();
+    const QString unplugged = QDir(mLibrary.scratch()).filePath(QStringLiteral("unplugged"));
+    std::atomic<bool> pulled{false};
+    mView.mOnFiled = [&](UInt32 track) {
+        if (track == 2 && !pulled.exchange(true))
+            QDir().rename(drive, unplugged);
+    };
+    mTracks.record(3);
+    mExport.processAudioFiles(false);
+    ASSERT_TRUE(WaitFor([this] { return mView.mNotAnswering.load() >= 2; }));
+    EXPECT_TRUE(QFileInfo::exists(mTracks.fileNameForTrack(2))) << "kept until the library answers";
+    ASSERT_TRUE(QDir().mkpath(drive));
+    ASSERT_TRUE(WaitFor([this] { return mExport.pollingTimerFired(); }));
+    mExport.waitUntilDone();
+
+    const QString album = QDir(drive).filePath(QStringLiteral("Artist/Album"));
+    EXPECT_TRUE(QFileInfo::exists(QDir(album).filePath(QStringLiteral("02 Song 2.flac"))));
+    EXPECT_TRUE(QFileInfo::exists(QDir(album).filePath(QStringLiteral("03 Song 3.flac"))));
+    for (UInt32 i = 1; i <= 3; ++i)
+        EXPECT_FALSE(QFileInfo::exists(mTracks.fileNameForTrack(i)));
+}
+
+TEST_F(LibraryExportTest, ATrackThatCannotBeImportedIsKept)
+{
+    mTracks.record(3);
+    QFile broken(mTracks.fileNameForTrack(2));
+    ASSERT_TRUE(broken.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    broken.write("not audio");
+    broken.close();
+
+    mExport.processAudioFiles(false);
+    ASSERT_TRUE(WaitFor([this] { return mExport.pollingTimerFired(); }));
+    mExport.waitUntilDone();
+    EXPECT_EQ(mExport.keptTracks(), 1u);
+    ASSERT_EQ(mView.mKept.size(), 1u);
+    EXPECT_EQ(mView.mKept[0].track, 2u);
+    EXPECT_TRUE(QFileInfo::exists(mTracks.fileNameForTrack(2)));
+    EXPECT_FALSE(mView.mKept[0].reason.isEmpty());
+    EXPECT_EQ(mView.filed().size(), 2u);
+    EXPECT_EQ(mView.progress(), (std::vector<UInt32>{1, 2, 3}));
+}
+
+TEST_F(LibraryExportTest, AStopWhileWaitingKeepsEveryTrack)
+{
+    LibrarySettings::overrideFolder(QDir(mLibrary.scratch()).filePath(QStringLiteral("absent")));
+    mTracks.record(2);
+    mExport.processAudioFiles(false);
+    ASSERT_TRUE(WaitFor([this] { return mView.mNotAnswering.load() >= 1; }));
+    mExport.requestStop();
+    ASSERT_TRUE(WaitFor([this] { return mExport.pollingTimerFired(); }));
+    mExport.waitUntilDone();
+    EXPECT_TRUE(mExport.stopped());
+    EXPECT_EQ(mTracks.numRecordedTracks(), 2u);
+    EXPECT_TRUE(QFileInfo::exists(mTracks.fileNameForTrack(1)));
+    EXPECT_TRUE(QFileInfo::exists(mTracks.fileNameForTrack(2)));
+}
+
+TEST(NamingField, TitlesComeFromThePanelOfTheirTrack)
+{
+    EXPECT_EQ(TitleField(1, 1), (NamingField{4, 12}));
+    EXPECT_EQ(ArtistField(1), (NamingField{4, 10}));
+    EXPECT_EQ(AlbumField(1), (NamingField{4, 11}));
+    EXPECT_EQ(ArtistField(2), (NamingField{7, 51}));
+    EXPECT_EQ(AlbumField(40), (NamingField{7, 52}));
+    EXPECT_EQ(TitleField(1, 2), (NamingField{7, 61}));
+    EXPECT_EQ(TitleField(10, 12), (NamingField{7, 70}));
+    EXPECT_EQ(TitleField(11, 12), (NamingField{8, 71}));
+    EXPECT_EQ(TitleField(21, 30), (NamingField{9, 81}));
+    EXPECT_EQ(TitleField(40, 40), (NamingField{10, 100}));
+}
