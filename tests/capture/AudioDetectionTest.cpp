@@ -1,0 +1,223 @@
+#include "AudioTestSupport.h"
+
+#include "capture/InputChain.h"
+#include "monitoring/CAPlayThroughHost.h"
+#include "platform/AudioDeviceList.h"
+
+#include <cmath>
+
+using namespace Tolm;
+using Capture::Audio;
+
+namespace {
+
+constexpr UInt16 kTi = 0x08bb;
+constexpr UInt16 kPcm2902 = 0x2902;
+constexpr const char* kCodecName = "USB Audio CODEC ";
+
+class AudioDetection : public Test::VirtualRig {};
+
+// What the shared equaliser does to a block: the level it settles at for DC and for a tone
+// at the Nyquist frequency. Tells the four types apart without a way to ask for the type.
+struct Response {
+    float dc;
+    float nyquist;
+};
+
+Response MeasureEqualiser()
+{
+    Response response{};
+    for (int pass = 0; pass < 2; ++pass) {
+        std::vector<float> left(4096), right(4096);
+        for (size_t i = 0; i < left.size(); ++i)
+            left[i] = right[i] = pass == 0 ? 0.01f : (i % 2 ? -0.01f : 0.01f);
+        Capture::filter(left.data(), right.data(), left.size());
+        (pass == 0 ? response.dc : response.nyquist) = std::fabs(left.back()) / 0.01f;
+    }
+    return response;
+}
+
+} // namespace
+
+TEST_F(AudioDetection, NoKnownDeviceOnTheBus)
+{
+    bus->Add(0x046d, 0xc52b);
+    AddInput(kCodecName);
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
+    EXPECT_EQ(audio.device(), nullptr);
+    EXPECT_FALSE(audio.mightBeTurntableOrTape());
+    EXPECT_EQ(audio.playThru(), nullptr);
+}
+
+TEST_F(AudioDetection, SelectsTheOneKnownDeviceAndInstallsTheChain)
+{
+    bus->Add(0x046d, 0xc52b);
+    bus->Add(kTi, kPcm2902);
+    const AudioDeviceID mic = AddInput("Built-in Microphone");
+    const AudioDeviceID codec = AddInput(kCodecName);
+    hardware->SetDefaultInputDevice(mic);
+    Audio audio;
+    EXPECT_EQ(audio.inputDeviceID(), mic);
+    EXPECT_EQ(audio.outputDeviceID(), speakers);
+
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+    ASSERT_NE(audio.device(), nullptr);
+    EXPECT_STREQ(audio.device()->firstName, kCodecName);
+    EXPECT_TRUE(audio.mightBeTurntableOrTape());
+    EXPECT_EQ(audio.inputDeviceID(), codec);
+    ASSERT_NE(audio.playThru(), nullptr);
+    ASSERT_NE(audio.playThru()->Engine(), nullptr);
+    EXPECT_EQ(audio.playThru()->Engine()->inputHook.load(), &Capture::InputProcCallback);
+    EXPECT_FALSE(audio.playThru()->IsRunning()) << "made, but started only by startPlayThru";
+
+    // Again, with the same device already monitored: no new host.
+    auto* host = audio.playThru();
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+    EXPECT_EQ(audio.playThru(), host);
+}
+
+TEST_F(AudioDetection, SecondNameFindsTheSameDevice)
+{
+    bus->Add(kTi, kPcm2902);
+    const AudioDeviceID codec = AddInput("PCM2902 Audio Codec");
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+    EXPECT_EQ(audio.inputDeviceID(), codec);
+}
+
+TEST_F(AudioDetection, TwoUnitsOfOneModelAreTooMany)
+{
+    bus->Add(kTi, kPcm2902);
+    bus->Add(kTi, kPcm2902);
+    AddInput(kCodecName);  // only one shows up as audio: still two on the bus
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectTooManyUsbDevices);
+    EXPECT_EQ(audio.device(), nullptr);
+    EXPECT_EQ(audio.playThru(), nullptr);
+}
+
+TEST_F(AudioDetection, NameThatNoRowListsFindsNothingButKeepsTheRow)
+{
+    bus->Add(kTi, kPcm2902);
+    AddInput("USB Audio CODEC");  // without its trailing blank
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
+    ASSERT_NE(audio.device(), nullptr);
+    EXPECT_TRUE(audio.mightBeTurntableOrTape());
+    EXPECT_EQ(audio.playThru(), nullptr);
+}
+
+TEST_F(AudioDetection, TwoInputsWithTheDevicesNameAreTooMany)
+{
+    bus->Add(kTi, kPcm2902);
+    AddInput(kCodecName);
+    AddInput(kCodecName);  // an unrelated adapter with the same generic chip name
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectTooManyInputs);
+    ASSERT_NE(audio.device(), nullptr);
+    EXPECT_EQ(audio.countDevicesWithMatchingName(), 2);
+    EXPECT_EQ(audio.playThru(), nullptr);
+}
+
+TEST_F(AudioDetection, OnlyARowWithBothFlagsIsAskedAbout)
+{
+    bus->Add(0x1235, 0x8211);  // an interface: neither flag
+    AddInput("Scarlett Solo USB");
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+    EXPECT_FALSE(audio.mightBeTurntableOrTape());
+}
+
+TEST_F(AudioDetection, InputListLeavesOutDevicesWithoutInputChannels)
+{
+    AddInput("Line In");
+    Audio audio;
+    const auto& inputs = audio.inputDeviceList()->GetList();
+    ASSERT_EQ(inputs.size(), 1u);
+    EXPECT_STREQ(inputs[0].name, "Line In");
+    const auto& outputs = audio.outputDeviceList()->GetList();
+    ASSERT_EQ(outputs.size(), 1u);
+    EXPECT_STREQ(outputs[0].name, "Speakers");
+
+    // Long names are cut to the 64-byte field, terminator included.
+    AddInput(std::string(100, 'x'));
+    audio.rebuildInputDevicesList();
+    ASSERT_EQ(audio.inputDeviceList()->GetList().size(), 2u);
+    EXPECT_EQ(std::string(audio.inputDeviceList()->GetList()[1].name), std::string(63, 'x'));
+}
+
+TEST_F(AudioDetection, TurntableEqualiserFollowsTheRowsSoftwareRiaaFlag)
+{
+    Audio audio;
+    audio.setNoFilter();
+    Response none = MeasureEqualiser();
+    EXPECT_NEAR(none.dc, 1.0f, 1e-4f);
+    EXPECT_NEAR(none.nyquist, 1.0f, 1e-4f);
+
+    audio.setRIAAFilter();  // no device known: the whole curve
+    const Response full = MeasureEqualiser();
+    EXPECT_NEAR(full.dc, 9.55f, 0.1f);
+    EXPECT_LT(full.nyquist, 0.2f);
+
+    bus->Add(kTi, 0x29c2);  // softwareRiaa clear: only the bass shelf
+    AddInput("USB AUDIO  CODEC");
+    ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+    audio.setRIAAFilter();
+    const Response bass = MeasureEqualiser();
+    EXPECT_NEAR(bass.dc, 10.0f, 0.1f);
+    EXPECT_NEAR(bass.nyquist, 1.0f, 0.01f);
+
+    bus->Clear();
+    bus->Add(kTi, kPcm2902);  // softwareRiaa set
+    AddInput(kCodecName);
+    ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+    audio.setRIAAFilter();
+    EXPECT_LT(MeasureEqualiser().nyquist, 0.2f);
+
+    audio.setChromeFilter();
+    EXPECT_NEAR(MeasureEqualiser().nyquist, 0.5625f, 0.01f);
+    audio.setNoFilter();
+}
+
+TEST_F(AudioDetection, DeviceSetChangesDetectAgainWithoutStoppingTheMonitor)
+{
+    Audio audio;
+    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
+
+    // Plug in: bus entry, then the audio device; the notification selects it.
+    bus->Add(kTi, kPcm2902);
+    const AudioDeviceID codec = AddInput(kCodecName);
+    ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.playThru() != nullptr; }));
+    EXPECT_NE(audio.device(), nullptr);
+    EXPECT_EQ(audio.inputDeviceID(), codec);
+    audio.startPlayThru();
+    auto* host = audio.playThru();
+    EXPECT_TRUE(host->IsRunning());
+
+    // Unplug: the row goes, the monitor of the vanished device stays as it was.
+    bus->Remove(kTi, kPcm2902);
+    hardware->RemoveDevice(codec);
+    ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.device() == nullptr; }));
+    EXPECT_EQ(audio.playThru(), host);
+    EXPECT_EQ(audio.inputDeviceID(), codec);
+
+    // Back again under a new id: monitoring moves to it.
+    bus->Add(kTi, kPcm2902);
+    const AudioDeviceID again = AddInput(kCodecName);
+    ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.inputDeviceID() == again; }));
+    EXPECT_NE(audio.device(), nullptr);
+    EXPECT_NE(audio.playThru(), nullptr);
+    audio.stopPlayThru();
+}
+
+TEST_F(AudioDetection, ControllerGoneBeforeItsNotificationIsSafe)
+{
+    bus->Add(kTi, kPcm2902);
+    {
+        Audio audio;
+        AddInput(kCodecName);  // the notification is queued for a controller about to go
+    }
+    Tolm::Test::Settle();
+    SUCCEED();
+}
