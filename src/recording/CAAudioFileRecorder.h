@@ -30,6 +30,8 @@ public:
     AudioDeviceID GetInputDevice() const { return mInputDevice; }
     const CAStreamBasicDescription& GetInputDataFormat() const { return mInputDataFormat; }
     Tolm::Platform::AudioStreamStatistics GetInputStatistics() const { return mInputUnit->Statistics(); }
+    // False once stopped, or when the device has gone away while recording.
+    bool IsInputRunning() const { return mInputUnit->IsRunning(); }
     // Highest absolute sample handed to the queue since the last call (after the gain);
     // read and cleared, for a level display.
     float TakeInputPeak() { return mInputPeak.exchange(0.0f, std::memory_order_relaxed); }

@@ -1,0 +1,234 @@
+// tolm-convert record-file: one input device straight into one WAV file, through the same
+// recorder that writes the wizard's track files (gain, buffer queue, work thread).
+
+#include "Command.h"
+#include "CommandLine.h"
+#include "platform/AudioHardware.h"
+#include "platform/CADecibels.h"
+#include "platform/CAXException.h"
+#include "platform/VirtualAudioHardware.h"
+#include "recording/CAAudioFileRecorder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <sys/stat.h>
+#include <thread>
+
+namespace Tolm::Convert {
+
+namespace {
+
+constexpr int kRingBuffers = 3;
+constexpr UInt32 kRingFrames = 32768;
+
+std::string TrimTrailingBlanks(std::string s)
+{
+    while (!s.empty() && s.back() == ' ')
+        s.pop_back();
+    return s;
+}
+
+// The name as the hardware reports it, then the description the user is shown; trailing
+// blanks (some USB codecs pad their names) may be left out.
+std::optional<Platform::AudioDeviceInfo> FindInputDevice(const std::string& name)
+{
+    const auto devices = Platform::Hardware().Devices();
+    auto find = [&](auto matches) -> std::optional<Platform::AudioDeviceInfo> {
+        for (const auto& d : devices) {
+            if (d.inputChannels > 0 && matches(d))
+                return d;
+        }
+        return std::nullopt;
+    };
+    if (auto d = find([&](const auto& d) { return d.name == name; }))
+        return d;
+    if (auto d = find([&](const auto& d) { return d.description == name; }))
+        return d;
+    return find([&](const auto& d) { return TrimTrailingBlanks(d.name) == TrimTrailingBlanks(name); });
+}
+
+// A stand-in turntable for --demo: a virtual input playing a generated piece in real time.
+// Small on purpose; the program's demo turntable replaces it.
+AudioDeviceID InstallDemoInput()
+{
+    auto hardware = std::make_shared<Platform::VirtualAudioHardware>(Platform::VirtualAudioHardware::Clock::RealTime);
+    Platform::VirtualDeviceSpec spec;
+    spec.name = "Tolm Demo Turntable";
+    spec.inputChannels = 2;
+    spec.sampleRate = 44100.0;
+    const AudioDeviceID id = hardware->AddDevice(spec, Platform::MakeFunctionSource([](UInt64 frame, UInt32 channel) {
+        // A slow arpeggio, a little wider on the right.
+        const double t = double(frame) / 44100.0;
+        static constexpr double kNotes[] = {220.0, 277.18, 329.63, 440.0};
+        const double note = kNotes[UInt64(t * 2.0) % 4];
+        const double envelope = std::exp(-3.0 * std::fmod(t, 0.5));
+        return float(0.4 * envelope * std::sin(2.0 * M_PI * note * (channel == 0 ? 1.0 : 1.003) * t));
+    }));
+    Platform::SetHardware(hardware);
+    return id;
+}
+
+std::string LevelText(float peak)
+{
+    if (peak <= 0.0f)
+        return "  -inf dB";
+    char text[32];
+    std::snprintf(text, sizeof text, "%6.1f dB", ampdb(peak));
+    return text;
+}
+
+} // namespace
+
+int RunRecordFile(const std::vector<std::string>& args)
+{
+    ArgumentParser parser("record-file", args);
+    const auto deviceName = parser.Value("device");
+    const bool demo = parser.Flag("demo");
+    const auto gainText = parser.Value("gain");
+    const auto secondsText = parser.Value("seconds");
+    const auto positionals = parser.Positionals();
+    if (!positionals)
+        return kExitBadInput;
+    if (demo == deviceName.has_value()) {
+        parser.Error("say where to record from: --device NAME or --demo");
+        return kExitBadInput;
+    }
+    if (positionals->size() != 1) {
+        parser.Error("give one file to record into, such as side-a.wav");
+        return kExitBadInput;
+    }
+    const std::string& outPath = positionals->front();
+
+    float gainDb = 0.0f;
+    if (gainText) {
+        const auto gain = ParseNumber(*gainText);
+        if (!gain || !std::isfinite(*gain) || std::fabs(*gain) > 60.0) {
+            parser.Error("--gain takes decibels between -60 and 60, not \"" + *gainText + "\"");
+            return kExitBadInput;
+        }
+        gainDb = float(*gain);
+    }
+    double seconds = 0.0;  // 0: until Ctrl-C
+    if (secondsText) {
+        const auto s = ParseNumber(*secondsText);
+        if (!s || !(*s > 0.0) || !std::isfinite(*s)) {
+            parser.Error("--seconds takes a positive number, not \"" + *secondsText + "\"");
+            return kExitBadInput;
+        }
+        seconds = *s;
+    }
+
+    FSRef parent;
+    std::string fileName;
+    if (PosixPathToParentFSRefAndName(outPath.c_str(), parent, fileName) != noErr) {
+        parser.Error("the folder of " + outPath + " does not exist");
+        return kExitBadInput;
+    }
+    struct stat existing {};
+    if (lstat(outPath.c_str(), &existing) == 0) {
+        parser.Error(outPath + " already exists; it is left as it is");
+        return kExitBadInput;
+    }
+
+    AudioDeviceID device = 0;
+    Float64 rate = 0.0;  // 0: the recorder takes the stream's rate
+    UInt32 channels = 2;
+    if (demo) {
+        device = InstallDemoInput();
+    }
+    if (const auto info = demo ? std::optional<Platform::AudioDeviceInfo>() : FindInputDevice(*deviceName)) {
+        device = info->id;
+        rate = info->actualSampleRate;
+        channels = std::clamp<UInt32>(info->inputChannels, 1, 2);
+    } else if (!demo) {
+        parser.Error("there is no input device \"" + *deviceName + "\" (tolm-convert devices lists them)");
+        return kExitBadInput;
+    }
+
+    std::unique_ptr<CAAudioFileRecorder> recorder;
+    try {
+        recorder = std::make_unique<CAAudioFileRecorder>(device, kRingBuffers, kRingFrames);
+        recorder->SetInputGain(gainDb);
+        recorder->SetFile(parent, fileName, kAudioFileWAVEType, CAStreamBasicDescription::Float32(rate, channels, true));
+    } catch (const CAXException& e) {
+        if (e.GetError() == kCAAudioFileDuplicateError) {
+            parser.Error(outPath + " already exists; it is left as it is");
+            return kExitBadInput;
+        }
+        parser.Error("cannot record to " + outPath + ": " + e.Operation() + " (" +
+                     CAXException::FormatError(e.GetError()) + ")");
+        return e.GetError() == kCAAudioFileNotFoundError ? kExitBadInput : kExitFailed;
+    }
+
+    const Float64 fileRate = recorder->GetFile()->GetFileDataFormat().mSampleRate;
+    InstallStopRequestHandler();
+    try {
+        recorder->Start();
+    } catch (const CAXException& e) {
+        parser.Error(std::string("cannot start recording: ") + e.Operation() + " (" +
+                     CAXException::FormatError(e.GetError()) + ")");
+        return kExitFailed;
+    }
+    std::fprintf(stderr, "Recording %s at %.0f Hz into %s; Ctrl-C stops.\n",
+                 demo ? "the demo turntable" : deviceName->c_str(), fileRate, outPath.c_str());
+
+    StatusLine status;
+    bool deviceLost = false;
+    double recorded = 0.0;
+    float peak = 0.0f;
+    int ticks = 0;
+    while (!StopRequested()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        const auto statistics = recorder->GetInputStatistics();
+        recorded = double(statistics.frames) / fileRate;
+        if (seconds > 0.0 && recorded >= seconds)
+            break;
+        if (!recorder->IsInputRunning()) {
+            deviceLost = true;
+            break;
+        }
+        // Hold the peak for a few redraws so short transients stay readable.
+        if (++ticks % 6 == 0)
+            peak = 0.0f;
+        peak = std::max(peak, recorder->TakeInputPeak());
+        std::string line = FormatMinutesSeconds(recorded) + "  " + LevelBar(peak) + LevelText(peak) +
+                           "  overruns " + std::to_string(recorder->GetOverrunCount());
+        if (statistics.holeFrames > 0)
+            line += "  lost by the server " + std::to_string(statistics.holeFrames) + " frames";
+        status.Show(line);
+    }
+    status.End();
+
+    int result = kExitOk;
+    try {
+        recorder->Stop();
+    } catch (const CAXException& e) {
+        parser.Error(std::string("recording did not end cleanly: ") + e.Operation() + " (" +
+                     CAXException::FormatError(e.GetError()) + ")");
+        result = kExitFailed;
+    }
+    const auto statistics = recorder->GetInputStatistics();
+    const int overruns = recorder->GetOverrunCount();
+    const SInt64 frames = recorder->GetFile()->Tell();
+    recorder.reset();  // closes the file
+
+    if (deviceLost) {
+        parser.Error("the input device went away; what was recorded is kept in " + outPath);
+        result = kExitFailed;
+    }
+    std::printf("%s: %s (%lld frames at %.0f Hz), %d overruns, %llu frames lost by the server\n", outPath.c_str(),
+                FormatMinutesSeconds(double(frames) / fileRate).c_str(), static_cast<long long>(frames), fileRate,
+                overruns, static_cast<unsigned long long>(statistics.holeFrames));
+    return result;
+}
+
+namespace {
+const Registration registration{{"record-file", "record an input device into one WAV file",
+                                 "record-file --device NAME|--demo [--gain DB] [--seconds S] OUT.wav",
+                                 &RunRecordFile}};
+} // namespace
+
+} // namespace Tolm::Convert

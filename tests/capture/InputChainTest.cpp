@@ -1,0 +1,201 @@
+// The per-block chain of the monitoring path and the gain stage in front of it.
+
+#include "capture/GapDetectorListener.h"
+#include "capture/InputChain.h"
+#include "platform/CABufferList.h"
+#include "platform/GainStage.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace {
+
+using namespace Tolm::Capture;
+using Morvo::Audio::Filters::AudioFilter;
+using Morvo::Audio::Filters::GapDetector;
+
+// A list over caller-owned channel vectors (one buffer each).
+struct Block {
+    explicit Block(std::vector<std::vector<float>> channels)
+        : samples(std::move(channels)), list("block", UInt32(samples.size()))
+    {
+        for (UInt32 c = 0; c < samples.size(); ++c)
+            list.GetBuffer(c) = AudioBuffer{1, UInt32(samples[c].size() * 4), samples[c].data()};
+    }
+    AudioBufferList* List() { return &list.GetModifiableBufferList(); }
+    unsigned long Frames() const { return samples[0].size(); }
+
+    std::vector<std::vector<float>> samples;
+    CABufferList list;
+};
+
+// Meters, equaliser and detector are process-wide: every case starts from a clean slate.
+class InputChain : public ::testing::Test {
+protected:
+    void SetUp() override { Clean(); }
+    void TearDown() override { Clean(); }
+    static void Clean()
+    {
+        GetVUMaxL();
+        GetVUMaxR();
+        ResetVUMax();
+        filter.Set(AudioFilter::NoFilter);
+        gapDetector.store(nullptr);
+    }
+};
+
+TEST_F(InputChain, MetersTheAbsolutePeakBeforeTheEqualiser)
+{
+    filter.Set(AudioFilter::ChromeFilter);
+    Block block({{0.25f, -0.5f, 0.1f, 0.3f}, {0.2f, 0.1f, -0.05f, 0.15f}});
+    const auto original = block.samples;
+    InputProcCallback(block.List(), block.Frames(), 0);
+
+    EXPECT_EQ(ssVUMaxL.load(), 0.5f);  // the negative peak, as an absolute value
+    EXPECT_EQ(ssVUMaxR.load(), 0.2f);
+    EXPECT_EQ(GetVUMax(), 0.5f);
+    EXPECT_NE(block.samples, original);  // equalised in place, after metering
+}
+
+TEST_F(InputChain, PeaksHoldUntilReadAndTheRecordingPeakUntilReset)
+{
+    Block loud({{0.8f, 0.1f}, {0.1f, -0.9f}});
+    InputProcCallback(loud.List(), 2, 0);
+    Block quiet({{0.2f, 0.1f}, {0.1f, 0.3f}});
+    InputProcCallback(quiet.List(), 2, 512);
+
+    EXPECT_EQ(GetVUMaxL(), 0.8f);
+    EXPECT_EQ(GetVUMaxL(), 0.0f);  // read and cleared
+    EXPECT_EQ(GetVUMaxR(), 0.9f);
+    EXPECT_EQ(GetVUMax(), 0.9f);
+    EXPECT_EQ(GetVUMax(), 0.9f);  // not cleared by reading
+    ResetVUMax();
+    EXPECT_EQ(GetVUMax(), 0.0f);
+
+    // Nothing in a block of no frames moves a meter; the L3/R3 meters never move at all.
+    InputProcCallback(loud.List(), 0, 1024);
+    EXPECT_EQ(GetVUMaxL(), 0.0f);
+    EXPECT_EQ(GetVUMax(), 0.0f);
+    EXPECT_EQ(GetVUMaxL3(), 0.0f);
+    EXPECT_EQ(GetVUMaxR3(), 0.0f);
+}
+
+TEST_F(InputChain, AMonoListIsMeteredOnItsOneBufferOnlyAndNeitherEqualisedNorAnalysed)
+{
+    struct Quiet : GapEventReceiver {
+        void trackGapDetected() override {}
+        void albumEndDetected() override {}
+    } receiver;
+    GapDetectorListener listener(receiver);
+    GapDetector detector(listener, 44100);
+    gapDetector.store(&detector);
+    filter.Set(AudioFilter::RIAAFilter);
+
+    Block mono({std::vector<float>{0.4f, -0.6f, 0.2f}});
+    const auto original = mono.samples;
+    InputProcCallback(mono.List(), 3, 0);
+    EXPECT_EQ(ssVUMaxR.load(), 0.0f);
+    EXPECT_EQ(GetVUMaxL(), 0.6f);
+    EXPECT_EQ(GetVUMax(), 0.6f);
+    EXPECT_EQ(mono.samples, original);
+    EXPECT_EQ(detector.framePosition, 0);
+
+    Block stereo({{0.1f, 0.1f, 0.1f}, {0.1f, 0.1f, 0.1f}});
+    InputProcCallback(stereo.List(), 3, 3);
+    EXPECT_EQ(detector.framePosition, 3);
+}
+
+TEST_F(InputChain, TheGapDetectorHearsTheEqualisedSignal)
+{
+    struct Quiet : GapEventReceiver {
+        void trackGapDetected() override {}
+        void albumEndDetected() override {}
+    } receiver;
+    GapDetectorListener listener(receiver);
+    GapDetector throughChain(listener, 44100);
+    GapDetector direct(listener, 44100);
+
+    // Half a second of a 2 kHz tone: one analysis frame.
+    std::vector<float> tone(22050);
+    for (std::size_t i = 0; i < tone.size(); ++i)
+        tone[i] = 0.5f * std::sin(2.0f * float(M_PI) * 2000.0f * float(i) / 44100.0f);
+
+    filter.Set(AudioFilter::ChromeFilter);
+    gapDetector.store(&throughChain);
+    Block block({tone, tone});
+    InputProcCallback(block.List(), block.Frames(), 0);
+
+    AudioFilter reference;
+    reference.Set(AudioFilter::ChromeFilter);
+    std::vector<float> left = tone, right = tone;
+    reference(left.data(), right.data(), left.size());
+    direct(left.data(), right.data(), left.size());
+
+    ASSERT_EQ(throughChain.levels.size(), 1u);
+    ASSERT_EQ(direct.levels.size(), 1u);
+    EXPECT_EQ(throughChain.levels[0], direct.levels[0]);
+}
+
+TEST_F(InputChain, AGapAfterMusicReachesTheControllerAsTrackGapDetected)
+{
+    struct Counting : GapEventReceiver {
+        void trackGapDetected() override { ++gaps; }
+        void albumEndDetected() override { ++albumEnds; }
+        int gaps = 0;
+        int albumEnds = 0;
+    } receiver;
+    GapDetectorListener listener(receiver);
+    GapDetector detector(listener, 44100);
+    gapDetector.store(&detector);
+
+    // Loud 500 Hz for 11 s leaves the initial silence, 2.5 s of silence makes a gap.
+    const unsigned long blockFrames = 512;
+    std::vector<float> left(blockFrames), right(blockFrames);
+    unsigned long frame = 0;
+    auto feed = [&](double seconds, float amplitude) {
+        const auto end = frame + static_cast<unsigned long>(seconds * 44100);
+        while (frame < end) {
+            for (unsigned long i = 0; i < blockFrames; ++i, ++frame)
+                left[i] = right[i] = amplitude * std::sin(2.0f * float(M_PI) * 500.0f * float(frame) / 44100.0f);
+            Block block({left, right});
+            InputProcCallback(block.List(), blockFrames, static_cast<long long>(frame));
+        }
+    };
+    feed(11.0, 0.8f);
+    EXPECT_EQ(receiver.gaps, 0);
+    feed(2.5, 0.0f);
+    EXPECT_EQ(receiver.gaps, 1);
+    EXPECT_EQ(receiver.albumEnds, 0);
+}
+
+TEST(GainStage, UnityPassesBitForBitAndOnlyThePositiveSideIsClamped)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    Block unity({std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}});
+    Tolm::Platform::ApplyInputGain(*unity.List(), 1.0f);
+    EXPECT_EQ(std::memcmp(unity.samples[0].data(), std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}.data(), 20), 0);
+
+    Block doubled({{0.75f, -0.75f, 0.25f}, {-0.6f, 0.6f, 0.0f}});
+    Tolm::Platform::ApplyInputGain(*doubled.List(), 2.0f);
+    EXPECT_EQ(doubled.samples[0], (std::vector<float>{1.0f, -1.5f, 0.5f}));
+    EXPECT_EQ(doubled.samples[1], (std::vector<float>{-1.2f, 1.0f, 0.0f}));
+
+    // +6 dB in single precision: 0.8 reaches the clamp, -0.8 goes past -1.
+    const float factor = Tolm::Platform::GainFactorFromDecibels(6.0f);
+    EXPECT_EQ(factor, std::pow(10.0f, 0.3f));
+    Block six({std::vector<float>{0.8f, -0.8f}});
+    Tolm::Platform::ApplyInputGain(*six.List(), factor);
+    EXPECT_EQ(six.samples[0][0], 1.0f);
+    EXPECT_NEAR(six.samples[0][1], -1.596f, 0.001f);
+
+    // A NaN factor is not 1.0: the stage runs, and the clamp catches the NaN products.
+    Block odd({std::vector<float>{0.5f}});
+    Tolm::Platform::ApplyInputGain(*odd.List(), nan);
+    EXPECT_EQ(odd.samples[0][0], 1.0f);
+}
+
+} // namespace
