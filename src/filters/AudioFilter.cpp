@@ -101,14 +101,11 @@ void Run(std::optional<BiQuad>& section, float* samples, unsigned long count)
 
 void AudioFilter::Set(Type type) noexcept
 {
-    std::uint32_t state = mState.load(std::memory_order_acquire);
-    const std::uint32_t inUse = state & 0xFF;
-    const std::uint32_t pending = state >> kPendingShift;  // slot + 1, or 0
-    // The audio thread only ever moves from its slot to the pending one, so a slot that is
-    // neither stays untouched by it while we build.
-    std::uint32_t spare = 0;
-    while (spare == inUse || spare + 1 == pending)
-        ++spare;
+    // Take back a publication the audio thread has not picked up; if there is none to take,
+    // it has picked it up and left its previous slot for good.
+    if (mPending.exchange(0, std::memory_order_acq_rel) == 0 && mPublished)
+        mSetSlot = mPublishedSlot;
+    const std::uint32_t spare = 1 - mSetSlot;
 
     Sections& s = mSlots[spare];
     s = Sections{};
@@ -132,26 +129,18 @@ void AudioFilter::Set(Type type) noexcept
         break;
     }
 
-    // Replaces a published slot the audio thread has not taken yet; that one becomes spare.
-    while (!mState.compare_exchange_weak(state, (state & 0xFF) | ((spare + 1) << kPendingShift),
-                                         std::memory_order_acq_rel, std::memory_order_acquire)) {
-    }
-}
-
-AudioFilter::Sections& AudioFilter::Adopt() noexcept
-{
-    std::uint32_t state = mState.load(std::memory_order_acquire);
-    while (state >> kPendingShift) {
-        const std::uint32_t next = (state >> kPendingShift) - 1;
-        if (mState.compare_exchange_weak(state, next, std::memory_order_acq_rel, std::memory_order_acquire))
-            return mSlots[next];
-    }
-    return mSlots[state & 0xFF];
+    mPublishedSlot = spare;
+    mPublished = true;
+    mPending.store(spare + 1, std::memory_order_release);
 }
 
 void AudioFilter::operator()(float* left, float* right, unsigned long count) noexcept
 {
-    Sections& s = Adopt();
+    if (mPending.load(std::memory_order_relaxed) != 0) {
+        if (const std::uint32_t published = mPending.exchange(0, std::memory_order_acq_rel))
+            mAudioSlot = published - 1;
+    }
+    Sections& s = mSlots[mAudioSlot];
 #if defined(__SSE2__)
     if (s.leftStage1 && s.rightStage1) {
         if (s.leftStage2 && s.rightStage2) {

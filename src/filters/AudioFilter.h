@@ -11,10 +11,12 @@ namespace Morvo::Audio::Filters {
 // The stereo input equaliser: up to two sections per channel, chosen as a whole by Set.
 //
 // Set runs on the main thread while the audio thread may be inside operator(). Set builds
-// the new sections in a spare slot and publishes it with one atomic store; the audio thread
-// adopts it at the start of its next block. Slots are preallocated, so neither side
-// allocates, frees or locks, and a slot is reused only once the audio thread has moved off
-// it. The audio thread therefore sees the old sections, then the new ones from silence.
+// the new sections in the slot the audio thread is not using and publishes it through one
+// atomic word; the audio thread takes it over with a single exchange at the start of its next
+// block. Slots are preallocated, so neither side allocates, frees or locks, the audio side
+// never waits or retries, and a slot is rebuilt only when the audio thread has provably left
+// it (or never took it). The audio thread sees the old sections, then the new ones from
+// silence.
 //
 // All-zero storage is a valid NoFilter equaliser, so a process-wide instance works before
 // main and needs no destructor.
@@ -38,7 +40,7 @@ public:
     // Audio thread only. Filters both channels in place.
     void operator()(float* left, float* right, unsigned long count) noexcept;
 
-    // The sections the audio thread will use for its next block (null when not needed).
+    // One slot: the four sections, empty where the type needs none.
     struct Sections {
         std::optional<BiQuad> leftStage1;
         std::optional<BiQuad> leftStage2;
@@ -47,15 +49,12 @@ public:
     };
 
 private:
-    static constexpr unsigned kSlots = 3;  // in use by audio, published, being built
-
-    // Bits 0-7: slot the audio thread uses. Bits 8-15: published slot + 1, 0 if none.
-    static constexpr std::uint32_t kPendingShift = 8;
-
-    Sections& Adopt() noexcept;
-
-    Sections mSlots[kSlots]{};
-    std::atomic<std::uint32_t> mState{0};
+    Sections mSlots[2]{};
+    std::atomic<std::uint32_t> mPending{0};  // published slot + 1; 0 once taken or never published
+    std::uint32_t mAudioSlot = 0;            // audio thread only: the slot it filters with
+    std::uint32_t mSetSlot = 0;              // main thread only: the slot the audio thread may be using
+    std::uint32_t mPublishedSlot = 0;        // main thread only: the slot last published
+    bool mPublished = false;                 // main thread only: a publication may be outstanding
 };
 
 } // namespace Morvo::Audio::Filters

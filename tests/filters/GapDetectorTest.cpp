@@ -1,0 +1,354 @@
+#include "filters/GapDetector.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <string>
+#include <vector>
+
+using Morvo::Audio::Filters::GapDetector;
+
+namespace {
+
+// Events with the number of the frame (from 1) during which they came.
+struct Events : GapDetector::Listener {
+    struct Event {
+        char kind;  // 'S' silence started, 'E' silence ended, 'A' album ended
+        int frame;
+        bool operator==(const Event&) const = default;
+    };
+    std::vector<Event> log;
+    int frame = 0;
+    void TrackSilenceStarted() override { log.push_back({'S', frame}); }
+    void TrackSilenceEnded() override { log.push_back({'E', frame}); }
+    void AlbumEnded() override { log.push_back({'A', frame}); }
+};
+
+std::ostream& operator<<(std::ostream& os, const Events::Event& e) { return os << e.kind << '@' << e.frame; }
+
+enum class Kind { Loud, Quiet, Between };
+
+// Feeds whole analysis frames of a 500 Hz tone (or zeros) one block per frame, and returns
+// the detector's result for the last one.
+class Feeder {
+public:
+    Feeder(GapDetector& d, Events& e) : mDetector(d), mEvents(e) {}
+
+    bool Frames(Kind kind, int count)
+    {
+        bool result = false;
+        const auto n = static_cast<std::size_t>(mDetector.frameLength);
+        std::vector<float> l(n), r(n);
+        const double amplitude = kind == Kind::Loud ? 0.3 : kind == Kind::Between ? 0.0072 : 0.0;
+        for (int f = 0; f < count; ++f) {
+            for (std::size_t i = 0; i < n; ++i, ++mSample)
+                l[i] = r[i] = float(amplitude * std::sin(2 * std::numbers::pi * 500.0 * double(mSample) /
+                                                         double(mDetector.sampleRate)));
+            ++mEvents.frame;
+            result = mDetector(l.data(), r.data(), n);
+        }
+        return result;
+    }
+
+private:
+    GapDetector& mDetector;
+    Events& mEvents;
+    long mSample = 0;
+};
+
+using E = Events::Event;
+
+// The 16-bit mono value the detector makes of one stereo sample.
+std::int32_t MonoOf(float left, float right)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    d(&left, &right, 1);
+    return d.filterParams.x1;
+}
+
+} // namespace
+
+TEST(GapDetector, StartsAtFortyFourOneWithTheBandPassDesigned)
+{
+    Events e;
+    GapDetector d(e, 96000);  // the argument is ignored on purpose
+    EXPECT_EQ(d.sampleRate, 44100.0f);
+    EXPECT_EQ(d.frameLength, 22050);
+    const auto& p = d.filterParams;
+    EXPECT_EQ((std::vector<int>{p.q0, p.q1, p.q2, p.q3, p.q4}), (std::vector<int>{173, 0, -173, -16169, 8018}));
+    EXPECT_EQ(p.frequency, 500.0f);
+    EXPECT_TRUE(d.silence);
+    EXPECT_FALSE(d.albumEnd);
+    EXPECT_EQ(d.maxLevel, 0.0f);
+    EXPECT_EQ(d.minLevel, 9999999.0f);
+
+    d.SetSampleRate(48000);
+    EXPECT_EQ(d.frameLength, 24000);
+    EXPECT_EQ((std::vector<int>{p.q0, p.q1, p.q2, p.q3, p.q4}), (std::vector<int>{159, 0, -159, -16189, 8032}));
+    d.SetSampleRate(11025);
+    EXPECT_EQ(d.frameLength, 5513);  // 5512.5, halves away from zero
+}
+
+TEST(GapDetector, BandPassArithmeticIsSixteenBitAndTruncating)
+{
+    GapDetector::FilterParams a, b;
+    // 2 x 16400 and 2 x -16368 are the same 16-bit number.
+    GapDetector::SetFilter_BP(&a, 500.0f, 16400, 44100.0);
+    GapDetector::SetFilter_BP(&b, 500.0f, -16368, 44100.0);
+    EXPECT_EQ(a.q0, b.q0);
+    EXPECT_EQ(a.q3, b.q3);
+    EXPECT_EQ(a.q4, b.q4);
+    a.x1 = 5;
+    GapDetector::SetFilter_BP(&a, 1000.0f, 75, 44100.0);
+    EXPECT_EQ(a.x1, 5);  // memory is not the design's business
+    EXPECT_EQ(a.frequency, 1000.0f);
+
+    GapDetector::FilterParams lp;
+    GapDetector::SetFilter_LP(&lp, 1000.0, 0.0, 44100.0);
+    EXPECT_EQ((std::vector<int>{lp.q0, lp.q1, lp.q2, lp.q3, lp.q4}), (std::vector<int>{41, 82, 41, -16065, 8038}));
+    lp.q0 = 0;
+    GapDetector::SetFilter_LP(&lp, 1000.0, 0.0, 44100.0);  // same frequency: nothing to do
+    EXPECT_EQ(lp.q0, 0);
+}
+
+TEST(GapDetector, MixesToSixteenBitMonoThatWrapsInsteadOfClipping)
+{
+    EXPECT_EQ(MonoOf(1.0f, 1.0f), 32767);
+    EXPECT_EQ(MonoOf(1.5f, 1.5f), -16386);  // 49150 wraps to -16386
+    EXPECT_EQ(MonoOf(-1.5f, -1.5f), 16386);
+    EXPECT_EQ(MonoOf(-1.0f, 0.0f), -16384);  // arithmetic shift rounds down
+    EXPECT_EQ(MonoOf(0.5f, -0.25f), 4096);   // each side truncated toward zero first
+    EXPECT_EQ(MonoOf(std::numeric_limits<float>::quiet_NaN(), 0.0f), 0);
+    EXPECT_EQ(MonoOf(1e10f, 0.0f), 0);
+}
+
+TEST(GapDetector, FixedPointStepShiftsTruncatesAndWraps)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    EXPECT_EQ(d.ApplyFilter(1000), 21);
+    EXPECT_EQ(d.ApplyFilter(0), 41);
+    EXPECT_EQ(d.ApplyFilter(0), 39);
+    EXPECT_EQ(d.frameSum, 101);
+
+    GapDetector n(e, 44100);
+    EXPECT_EQ(n.ApplyFilter(-1000), -22);
+
+    GapDetector big(e, 44100);
+    EXPECT_EQ(big.ApplyFilter(2000000), -23300);  // 42236 cut to 16 bits
+    EXPECT_EQ(big.filterParams.y1, 42236);        // the memory keeps all 32
+    EXPECT_EQ(big.frameSum, 42236);
+
+    GapDetector wrap(e, 44100);
+    wrap.ApplyFilter(20000000);  // 173 x 20000000 wraps in 32 bits
+    EXPECT_EQ(wrap.filterParams.y1, -101925);
+}
+
+TEST(GapDetector, FrameLevelTakesTheMeanFromTheFullSum)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    d.frameLength = 4;
+    const std::int16_t samples[] = {100, -100, 100, -100};
+    std::copy(std::begin(samples), std::end(samples), d.frame.get());
+    d.frameSum = 40000;  // the 32-bit outputs need not match the 16-bit ones
+    EXPECT_EQ(d.CalcAAMFrame(), 10000.0f);
+    d.frameSum = 0;
+    EXPECT_EQ(d.CalcAAMFrame(), 100.0f);
+    d.frameLength = 0;
+    EXPECT_TRUE(std::isnan(d.CalcAAMFrame()));
+}
+
+TEST(GapDetector, DigitalSilenceEndsTheAlbumOnceAndSaysNothingElse)
+{
+    testing::internal::CaptureStderr();
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    EXPECT_FALSE(feed.Frames(Kind::Quiet, 120));
+    EXPECT_TRUE(e.log.empty());
+    EXPECT_TRUE(feed.Frames(Kind::Quiet, 1));
+    EXPECT_EQ(e.log, (std::vector<E>{{'A', 121}}));
+    EXPECT_TRUE(feed.Frames(Kind::Quiet, 5));
+    EXPECT_EQ(e.log.size(), 1u);
+    EXPECT_EQ(d.levels.size(), 126u);
+
+    // No frame completes: false, whatever the state.
+    float half[100] = {};
+    EXPECT_FALSE(d(half, half, 100));
+    EXPECT_FALSE(d(half, half, 0));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(GapDetector, LeavingSilenceTakesTwentyOneFramesOfSoundAndAGapFourQuietOnes)
+{
+    testing::internal::CaptureStderr();
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    feed.Frames(Kind::Loud, 20);
+    EXPECT_TRUE(e.log.empty());
+    feed.Frames(Kind::Loud, 1);
+    EXPECT_EQ(e.log, (std::vector<E>{{'E', 21}}));
+    EXPECT_GT(d.levels.back(), 500.0f);
+
+    feed.Frames(Kind::Quiet, 3);
+    EXPECT_EQ(e.log.size(), 1u);
+    feed.Frames(Kind::Quiet, 1);
+    EXPECT_EQ(e.log.back(), (E{'S', 25}));
+
+    // The album end counts every quiet frame since silence was left: the 121st.
+    EXPECT_FALSE(feed.Frames(Kind::Quiet, 116));
+    EXPECT_TRUE(feed.Frames(Kind::Quiet, 1));
+    EXPECT_EQ(e.log.back(), (E{'A', 142}));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Audio has transitioned out of silence\nAudio has transitioned into silence\n");
+}
+
+TEST(GapDetector, OneQuietFrameRestartsTheCountOfSound)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    feed.Frames(Kind::Loud, 20);
+    feed.Frames(Kind::Quiet, 1);
+    feed.Frames(Kind::Loud, 20);
+    EXPECT_TRUE(e.log.empty());
+    feed.Frames(Kind::Loud, 1);
+    EXPECT_EQ(e.log, (std::vector<E>{{'E', 42}}));
+}
+
+TEST(GapDetector, ScatteredQuietFramesAddUpToAGap)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    feed.Frames(Kind::Loud, 21);
+    for (int i = 0; i < 3; ++i) {
+        feed.Frames(Kind::Loud, 4);
+        feed.Frames(Kind::Quiet, 1);
+    }
+    EXPECT_EQ(e.log.size(), 1u);
+    feed.Frames(Kind::Loud, 4);
+    feed.Frames(Kind::Quiet, 1);
+    EXPECT_EQ(e.log, (std::vector<E>{{'E', 21}, {'S', 41}}));
+}
+
+TEST(GapDetector, ToneBelowTheFirstLoudFrameCountsAsQuiet)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    feed.Frames(Kind::Between, 121);
+    EXPECT_GT(d.levels.back(), 100.0f);
+    EXPECT_LT(d.maxLevel, 500.0f);
+    EXPECT_EQ(e.log, (std::vector<E>{{'A', 121}}));
+}
+
+TEST(GapDetector, ResetGoesBackToSilenceQuietlyAndKeepsTheCounts)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    feed.Frames(Kind::Loud, 21);
+    testing::internal::CaptureStderr();
+    d.Reset();
+    EXPECT_TRUE(d.silence);
+    EXPECT_EQ(e.log.size(), 1u);
+    // The sound count was kept, so the next loud frame leaves silence again at once.
+    feed.Frames(Kind::Loud, 1);
+    EXPECT_EQ(e.log.back(), (E{'E', 22}));
+
+    feed.Frames(Kind::Quiet, 121);
+    EXPECT_EQ(e.log.back(), (E{'A', 143}));
+    d.Reset();
+    EXPECT_FALSE(d.albumEnd);
+    EXPECT_TRUE(feed.Frames(Kind::Quiet, 1));
+    EXPECT_EQ(e.log.back(), (E{'A', 144}));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Audio has transitioned out of silence\nAudio has transitioned into silence\n");
+}
+
+TEST(GapDetector, RateChangesStartOverButKeepTheLevels)
+{
+    Events e;
+    GapDetector d(e, 44100);
+    Feeder feed(d, e);
+    feed.Frames(Kind::Loud, 21);
+    std::vector<float> part(1000, 0.25f);
+    d(part.data(), part.data(), part.size());
+    d.SetSampleRate(44100);  // same rate: nothing at all
+    EXPECT_EQ(d.framePosition, 1000);
+    EXPECT_FALSE(d.silence);
+
+    d.SetSampleRate(48000);
+    EXPECT_EQ(d.framePosition, 0);
+    EXPECT_EQ(d.frameSum, 0);
+    EXPECT_EQ(d.maxLevel, 0.0f);
+    EXPECT_EQ(d.minLevel, 9999999.0f);
+    EXPECT_EQ(d.levels.size(), 21u);
+    EXPECT_TRUE(d.silence);
+    EXPECT_EQ(e.log.size(), 1u);  // back in silence without a word
+    d(part.data(), part.data(), part.size());
+    d.SetSampleRate(48000);
+    EXPECT_EQ(d.framePosition, 1000);
+
+    // Frames are half a second at the new rate too.
+    Events e2;
+    GapDetector d2(e2, 0);
+    d2.SetSampleRate(48000);
+    Feeder feed2(d2, e2);
+    feed2.Frames(Kind::Loud, 21);
+    feed2.Frames(Kind::Quiet, 4);
+    EXPECT_EQ(e2.log, (std::vector<E>{{'E', 21}, {'S', 25}}));
+}
+
+// The block loop against the plain per-sample path, on music-like noise with bursts, loud
+// overshoots and random block cuts (with a Reset now and then, which must not lose the frame).
+TEST(GapDetector, BlocksOfAnySizeAnalyseLikeOneSampleAtATime)
+{
+    const std::size_t n = 22050 * 9 + 1234;
+    std::vector<float> l(n), r(n);
+    std::mt19937 rng(11);
+    std::normal_distribution<float> noise(0.0f, 1.0f);
+    for (std::size_t i = 0; i < n; ++i) {
+        const float envelope = (i / 30000) % 3 == 0 ? 0.0005f : 0.6f;
+        l[i] = envelope * noise(rng);
+        r[i] = envelope * noise(rng);
+    }
+
+    Events ea, eb;
+    GapDetector plain(ea, 44100), blocks(eb, 44100);
+    for (std::size_t i = 0; i < n; ++i) {
+        const auto left = std::int32_t(std::int16_t(std::int32_t(l[i] * 32767.0f)));
+        const auto right = std::int32_t(std::int16_t(std::int32_t(r[i] * 32767.0f)));
+        plain.frame[plain.framePosition++] = plain.ApplyFilter((right + left) >> 1);
+        if (plain.framePosition >= plain.frameLength) {
+            plain.ProcessFrameBuffer();
+            plain.framePosition = 0;
+            plain.frameSum = 0;
+        }
+    }
+    for (std::size_t at = 0; at < n;) {
+        const std::size_t count = std::min<std::size_t>(rng() % 5000, n - at);
+        blocks(l.data() + at, r.data() + at, count);
+        if (rng() % 7 == 0)
+            blocks.Reset();
+        at += count;
+    }
+
+    ASSERT_EQ(plain.levels.size(), 9u);
+    EXPECT_EQ(blocks.levels, plain.levels);
+    EXPECT_EQ(blocks.framePosition, plain.framePosition);
+    EXPECT_EQ(blocks.frameSum, plain.frameSum);
+    EXPECT_EQ(blocks.filterParams.y1, plain.filterParams.y1);
+    EXPECT_EQ(blocks.filterParams.y2, plain.filterParams.y2);
+    EXPECT_EQ(blocks.filterParams.x2, plain.filterParams.x2);
+    EXPECT_TRUE(std::equal(plain.frame.get(), plain.frame.get() + plain.framePosition, blocks.frame.get()));
+    EXPECT_EQ(blocks.maxLevel, plain.maxLevel);
+    EXPECT_EQ(blocks.minLevel, plain.minLevel);
+}
