@@ -15,7 +15,7 @@ constexpr UInt16 kTi = 0x08bb;
 constexpr UInt16 kPcm2902 = 0x2902;
 constexpr const char* kCodecName = "USB Audio CODEC ";
 
-class AudioDetection : public Test::VirtualRig {};
+class AudioDetection : public Tolm::Test::VirtualRig {};
 
 // What the shared equaliser does to a block: the level it settles at for DC and for a tone
 // at the Nyquist frequency. Tells the four types apart without a way to ask for the type.
