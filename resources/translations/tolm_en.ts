@@ -1,0 +1,239 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en">
+<context>
+    <name>Tolm</name>
+    <message>
+        <source>IDS_WARNING</source>
+        <translation>Warning</translation>
+    </message>
+    <message>
+        <source>IDS_YES</source>
+        <translation>Yes</translation>
+    </message>
+    <message>
+        <source>IDS_NO</source>
+        <translation>No</translation>
+    </message>
+    <message>
+        <source>IDS_CONTINUE</source>
+        <translation>Continue</translation>
+    </message>
+    <message>
+        <source>IDS_UNKNOWN_TRACK</source>
+        <translation>Unknown Track</translation>
+    </message>
+    <message>
+        <source>IDS_UNKNOWN_ARTIST</source>
+        <translation>Unknown Artist</translation>
+    </message>
+    <message>
+        <source>IDS_UNKNOWN_ALBUM</source>
+        <translation>Unknown Album</translation>
+    </message>
+    <message>
+        <source>There was a problem creating the audio file. Your recording may not be successful.</source>
+        <translation>There was a problem creating the audio file. Your recording may not be successful.</translation>
+    </message>
+    <message>
+        <source>IDS_NODEVICE</source>
+        <translation>&lt;p style="margin-top:0;"&gt;&lt;b&gt;No record player or cassette deck was found.&lt;/b&gt;&lt;/p&gt;&lt;p style="margin-top:0;"&gt;Connect it to a USB port of your computer and switch it on. Wait a few seconds, then press Next again.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TOOMANYDEVICES</source>
+        <translation>&lt;p style="margin-top:0;"&gt;&lt;b&gt;More than one record player or cassette deck is connected.&lt;/b&gt;&lt;/p&gt;&lt;p style="margin-top:0;"&gt;Unplug all but the one you want to record from, then press Next again.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_LASTTRACK</source>
+        <translation>&lt;p style="margin-top:0;"&gt;&lt;b&gt;The next track is the last one of this recording.&lt;/b&gt;&lt;/p&gt;&lt;p style="margin-top:0;"&gt;One recording holds up to 40 tracks. When this track has finished, press Stop.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_LIMIT</source>
+        <translation>&lt;p style="margin-top:0;"&gt;&lt;b&gt;This recording has reached 40 tracks.&lt;/b&gt;&lt;/p&gt;&lt;p style="margin-top:0;"&gt;That is the most one recording can hold, so the recording stops here. Name these tracks, then record the rest as a new recording.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_CANCEL_RECORDING</source>
+        <translation>&lt;p style="margin-top:0;"&gt;&lt;b&gt;Do you want to quit Tolm Audio Converter?&lt;/b&gt;&lt;/p&gt;&lt;p style="margin-top:0;"&gt;Anything you have recorded but not yet added to your music library will be lost.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_ITUNES_ERROR</source>
+        <translation>&lt;p style="margin-top:0;"&gt;&lt;b&gt;Your music library cannot be reached.&lt;/b&gt;&lt;/p&gt;&lt;p style="margin-top:0;"&gt;Check that the drive or network folder that holds your music library is connected and that you may write to it. Your recording is kept until it can be added.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_NEXT</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Next&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_BACK</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#2c3440;"&gt;Back&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_CONTINUE</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Continue&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_RECORD</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Record&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_STOP</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Stop&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_NEWTRACK</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#2c3440;"&gt;New Track&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_YES</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#2c3440;"&gt;Yes, another one&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_NO</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#2c3440;"&gt;No, I am done&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_BOTTOM_TURNTABLE</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:15px; font-weight:600; color:#2c3440;"&gt;Record player&lt;/p&gt;&lt;p align="center" style="margin-top:2px; margin-bottom:0; font-size:12px; color:#6b7482;"&gt;Vinyl records&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_BOTTOM_TAPEDECK</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:15px; font-weight:600; color:#2c3440;"&gt;Cassette deck&lt;/p&gt;&lt;p align="center" style="margin-top:2px; margin-bottom:0; font-size:12px; color:#6b7482;"&gt;Audio cassettes&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_BOTTOM_NORMALTAPE</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:15px; font-weight:600; color:#2c3440;"&gt;Normal&lt;/p&gt;&lt;p align="center" style="margin-top:2px; margin-bottom:0; font-size:12px; color:#6b7482;"&gt;Type I&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_BOTTOM_CHROMETAPE</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:15px; font-weight:600; color:#2c3440;"&gt;Chrome&lt;/p&gt;&lt;p align="center" style="margin-top:2px; margin-bottom:0; font-size:12px; color:#6b7482;"&gt;Type II · CrO₂ · High Bias&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB1_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Connect your record player or cassette deck&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB1_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Turn your records and tapes into tracks in your music library, one side at a time.&lt;/p&gt;&lt;ol style="margin-top:0; margin-left:0; -qt-list-indent:1; font-size:14px; line-height:135%; color:#3b4451;"&gt;&lt;li style="margin-bottom:7px;"&gt;Plug the USB cable of your record player or cassette deck into your computer.&lt;/li&gt;&lt;li style="margin-bottom:7px;"&gt;Switch the device on.&lt;/li&gt;&lt;li style="margin-bottom:7px;"&gt;Press Next. Tolm Audio Converter finds it by itself.&lt;/li&gt;&lt;/ol&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_SELECTDEVICE_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;What are you playing?&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_SELECTDEVICE_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Your device can play records or tapes. Choose one, so the sound is adjusted to match.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_SELECTTAPE_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Which kind of cassette is it?&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_SELECTTAPE_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Chrome cassettes say “Chrome”, “CrO₂”, “High Bias” or “Type II” on the label or the case. If you are not sure, choose Normal.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB2_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Set the recording level&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB2_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Play the loudest part of your record or tape and listen. Move the slider until the bars reach high up while the lights above them stay dark.&lt;/p&gt;&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Then go back to the start of the side and press Record.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB2_GAIN</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Recording level&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB2_SPLIT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Split into tracks at the quiet gaps&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB2_SPLIT_HINT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Switch this off to mark each new track yourself while recording.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB3_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Recording…&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB3_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Play the side from the beginning. When it has finished, press Stop; a long silence at the end of a side stops the recording by itself.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB3_NEWTRACK_HINT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Press New Track where the next track begins.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB3_TIME</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Time of this track&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB3_TRACK</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Track&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB4_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Name your track&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB4_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Type the artist, the album and the name of the track. They are stored with the track in your music library.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_LABEL_ARTIST</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Artist&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_LABEL_ALBUM</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Album&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_LABEL_TRACKNAME</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Track name&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_LABEL_TRACKS</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Track names&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB5_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Adding to your music library&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB5_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Your tracks are being saved, named and tagged in your music library. This takes a moment for each track.&lt;/p&gt;&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;You can already put on the next record.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Done! Your tracks are in your music library&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Would you like to record another record or tape?&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB7_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Name your tracks&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB7_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Type the artist, the album and a name for each track. A track left without a name is called “Unknown Track”.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB8_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Name tracks 11 to 20&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB9_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Name tracks 21 to 30&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB10_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Name tracks 31 to 40&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_MORETRACKS_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Type a name for each of these tracks.&lt;/p&gt;</translation>
+    </message>
+</context>
+</TS>
