@@ -1,0 +1,181 @@
+// Renders every wizard panel in every language to PNG files, the way the window shows them,
+// so the artwork and the texts can be looked at together without going through a recording.
+//
+//   tolm-render-panels OUTPUT_FOLDER [--languages en,de] [--transparent]
+
+#include "capture/Localization.h"
+#include "ui/CustomView.h"
+#include "ui/CustomWindow.h"
+#include "ui/FloatSlider.h"
+#include "ui/ImageForView.h"
+#include "ui/MeteringView.h"
+#include "ui/SubViewController.h"
+#include "ui/TranslateView.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLinearGradient>
+#include <QLocale>
+#include <QPainter>
+#include <QProgressBar>
+
+#include <array>
+#include <cstdio>
+
+using namespace Tolm::Ui;
+
+namespace {
+
+struct Panel {
+    unsigned number;
+    const char* nib;
+};
+
+constexpr std::array<Panel, 12> kPanels{{{1, "Tolm_Tab1"},
+                                          {11, "Tolm_SelectDeviceTab"},
+                                          {12, "Tolm_SelectTape"},
+                                          {2, "Tolm_Tab2"},
+                                          {3, "Tolm_Tab3"},
+                                          {4, "Tolm_Tab4"},
+                                          {5, "Tolm_Tab5"},
+                                          {6, "Tolm_Tab6"},
+                                          {7, "Tolm_Tab7"},
+                                          {8, "Tolm_Tab8"},
+                                          {9, "Tolm_Tab9"},
+                                          {10, "Tolm_Tab10"}}};
+
+void SetText(CustomView& view, int tag, const QString& text)
+{
+    QWidget* widget = view.viewWithTag(tag);
+    if (auto* label = qobject_cast<QLabel*>(widget))
+        label->setText(text);
+    else if (auto* edit = qobject_cast<QLineEdit*>(widget))
+        edit->setText(text);
+}
+
+// What a user would see in the middle of a session.
+void ShowTypicalState(unsigned panel, CustomView& view)
+{
+    if (auto* slider = view.gainDbSlider()) {
+        slider->setFloatValue(3.0);
+        view.doGainSlider(slider);
+    }
+    if (view.meteringViewL() && view.meteringViewR()) {
+        const std::array<float, 2> left{-4.5f, -4.5f};
+        const std::array<float, 2> right{panel == 3 ? 0.0f : -7.0f, panel == 3 ? 0.0f : -7.0f};
+        view.meteringViewL()->updateMeters(left);
+        view.meteringViewR()->updateMeters(right);
+    }
+    switch (panel) {
+    case 3:
+        SetText(view, 21, QStringLiteral("00:03:27"));
+        SetText(view, 22, QStringLiteral("4"));
+        break;
+    case 4:
+        SetText(view, 10, QStringLiteral("Nina Berg"));
+        SetText(view, 11, QStringLiteral("Songs from the Attic"));
+        break;
+    case 5:
+        if (auto* progress = qobject_cast<QProgressBar*>(view.viewWithTag(31)))
+            progress->setValue(progress->maximum() * 2 / 5);
+        break;
+    case 7: {
+        SetText(view, 51, QStringLiteral("Nina Berg"));
+        SetText(view, 52, QStringLiteral("Songs from the Attic"));
+        const std::array<const char*, 4> names{"Morning Train", "Paper Boats", "Old Harbour", "Blue Hour"};
+        for (int i = 0; i < int(names.size()); ++i)
+            SetText(view, 61 + i, QString::fromUtf8(names[i]));
+        break;
+    }
+    case 8:
+        SetText(view, 71, QStringLiteral("Lanterns"));
+        break;
+    default:
+        break;
+    }
+}
+
+QImage Render(CustomWindow& window, bool transparent)
+{
+    const qreal ratio = window.devicePixelRatioF();
+    QImage image(window.size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(ratio);
+    if (transparent) {
+        image.fill(Qt::transparent);
+    } else {
+        // A plain desktop behind the window, so its outline and shadow show.
+        QPainter backdrop(&image);
+        QLinearGradient gradient(0, 0, 0, window.height());
+        gradient.setColorAt(0, QColor(0x8a, 0x9b, 0xab));
+        gradient.setColorAt(1, QColor(0x5d, 0x6e, 0x80));
+        backdrop.fillRect(QRect(QPoint(0, 0), window.size()), gradient);
+    }
+    QPainter painter(&image);
+    window.render(&painter, QPoint(), QRegion(), QWidget::DrawChildren);
+    return image;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Tolm"));
+    QCoreApplication::setApplicationName(QStringLiteral("tolm-render-panels"));
+
+    QCommandLineParser parser;
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("folder"), QStringLiteral("Where the PNG files go."));
+    parser.addOption({QStringLiteral("languages"), QStringLiteral("Languages to render."), QStringLiteral("list"),
+                      QStringLiteral("en,de")});
+    parser.addOption({QStringLiteral("transparent"), QStringLiteral("No desktop behind the window.")});
+    parser.process(app);
+    if (parser.positionalArguments().size() != 1)
+        parser.showHelp(2);
+
+    const QString folder = parser.positionalArguments().first();
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "tolm-render-panels: cannot create %s\n", qPrintable(folder));
+        return 1;
+    }
+
+    int written = 0;
+    for (const QString& language : parser.value(QStringLiteral("languages")).split(QLatin1Char(','))) {
+        QLocale::setDefault(QLocale(language));
+        Tolm::InstallTranslations();
+        for (const Panel& panel : kPanels) {
+            SubViewController controller(QString::fromLatin1(panel.nib), nullptr);
+            std::unique_ptr<CustomView> view = controller.takeView();
+            if (!view) {
+                std::fprintf(stderr, "tolm-render-panels: no panel %s\n", panel.nib);
+                return 1;
+            }
+            TranslateView(view.get());
+            view->setBackgroundImage(ImageForView(panel.number));
+            ShowTypicalState(panel.number, *view);
+
+            CustomWindow window;
+            window.setContent(view.get());
+            window.show();
+            // The shadow is taken from the panel's first drawing.
+            Render(window, true);
+            const QImage image = Render(window, parser.isSet(QStringLiteral("transparent")));
+            window.setContent(nullptr);
+
+            const QString path = QStringLiteral("%1/panel-%2-%3.%4.png")
+                                     .arg(folder)
+                                     .arg(panel.number, 2, 10, QLatin1Char('0'))
+                                     .arg(QString::fromLatin1(panel.nib), language);
+            if (!image.save(path)) {
+                std::fprintf(stderr, "tolm-render-panels: cannot write %s\n", qPrintable(path));
+                return 1;
+            }
+            ++written;
+        }
+    }
+    std::printf("%d panels written to %s\n", written, qPrintable(folder));
+    return 0;
+}
