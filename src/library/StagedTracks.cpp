@@ -1,0 +1,80 @@
+#include "library/StagedTracks.h"
+
+#include "library/LibraryError.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace Tolm::Library {
+
+namespace {
+
+struct SndfileCloser {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+};
+using SndfileHandle = std::unique_ptr<SNDFILE, SndfileCloser>;
+
+constexpr sf_count_t kBlockFrames = 16384;
+
+} // namespace
+
+StagedTracks::StagedTracks() : mFolder(QDir(QDir::tempPath()).filePath(QStringLiteral("tolm-tracks-XXXXXX")))
+{
+    if (!mFolder.isValid())
+        throw LibraryError(QStringLiteral("Cannot make a temporary folder: %1").arg(mFolder.errorString()));
+}
+
+QString StagedTracks::fileNameForTrack(UInt32 track)
+{
+    return QDir(mFolder.path()).filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(track));
+}
+
+void StagedTracks::stage(const QString& source, long long firstFrame, long long frames,
+                         const std::function<void(double)>& progress)
+{
+    SF_INFO inInfo{};
+    SndfileHandle in(sf_open(QFile::encodeName(source).constData(), SFM_READ, &inInfo));
+    if (!in)
+        throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(nullptr))));
+    firstFrame = std::clamp<long long>(firstFrame, 0, inInfo.frames);
+    const long long available = inInfo.frames - firstFrame;
+    const long long wanted = frames < 0 ? available : std::min(frames, available);
+    if (firstFrame > 0 && sf_seek(in.get(), firstFrame, SEEK_SET) < 0)
+        throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(in.get()))));
+
+    const QString path = fileNameForTrack(mCount + 1);
+    SF_INFO outInfo{};
+    outInfo.samplerate = inInfo.samplerate;
+    outInfo.channels = inInfo.channels;
+    outInfo.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SndfileHandle out(sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &outInfo));
+    if (!out)
+        throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(nullptr))));
+
+    std::vector<float> block(size_t(kBlockFrames) * size_t(inInfo.channels));
+    for (long long done = 0; done < wanted;) {
+        const sf_count_t want = sf_count_t(std::min<long long>(kBlockFrames, wanted - done));
+        const sf_count_t got = sf_readf_float(in.get(), block.data(), want);
+        if (got <= 0)
+            throw LibraryError(QStringLiteral("Cannot read %1: it ends early").arg(source));
+        for (size_t i = 0; i < size_t(got) * size_t(inInfo.channels); ++i)
+            mPeak = std::max(mPeak, std::fabs(block[i]));
+        if (sf_writef_float(out.get(), block.data(), got) != got)
+            throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(out.get()))));
+        done += got;
+        if (progress)
+            progress(double(done) / double(wanted));
+    }
+    if (sf_close(out.release()) != 0)
+        throw LibraryError(QStringLiteral("Cannot write %1").arg(path));
+    ++mCount;
+}
+
+} // namespace Tolm::Library

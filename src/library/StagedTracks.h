@@ -1,0 +1,40 @@
+#pragma once
+
+#include "library/LibraryExport.h"
+
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <functional>
+
+namespace Tolm::Library {
+
+// Track files made from sound files that were recorded elsewhere, for the export: each is
+// decoded, whole or in part, into a private temporary folder as 32-bit float WAV, the
+// format of a recorded track, so the export may delete it without touching the original.
+// The folder goes with the object.
+class StagedTracks final : public RecordedTracks {
+public:
+    StagedTracks();  // throws LibraryError when no temporary folder can be made
+
+    // Adds frames [firstFrame, firstFrame + frames) of `source` as the next track; frames < 0
+    // means to the end. Throws LibraryError with a message for people.
+    void stage(const QString& source, long long firstFrame = 0, long long frames = -1,
+               const std::function<void(double)>& progress = {});
+
+    // The largest absolute sample of everything staged.
+    float peak() const { return mPeak; }
+    QString folder() const { return mFolder.path(); }
+
+    UInt32 numRecordedTracks() override { return mCount; }
+    QString fileNameForTrack(UInt32 track) override;
+    void resetTrackCounter() override { mCount = 0; }
+
+private:
+    QTemporaryDir mFolder;
+    UInt32 mCount = 0;
+    float mPeak = 0.0f;
+};
+
+} // namespace Tolm::Library
