@@ -1,8 +1,8 @@
 #include "library/ImportScript.h"
 
 #include "capture/InputChain.h"
-#include "capture/Localization.h"
 #include "library/AppleScriptRunner.h"
+#include "library/TrackTags.h"
 #include "recording/CAAudioFile.h"
 
 #include <QFile>
@@ -28,13 +28,6 @@ QString ImportScriptTemplate()
     if (!resource.open(QIODevice::ReadOnly))
         return {};
     return QString::fromUtf8(resource.readAll());
-}
-
-// The localised default takes the number where its text has a place for it.
-QString UnknownTrackName(const QString& trackNumber)
-{
-    const QString text = Localized("IDS_UNKNOWN_TRACK");
-    return text.contains(QLatin1String("%1")) ? text.arg(trackNumber) : text;
 }
 
 // Scales the track file into "normalized.wav" in its folder; returns that file's path, or
@@ -132,8 +125,8 @@ bool convertAndTagAudioFile4(const QString& path, const QString& artist, const Q
                              const QString& trackNumber, bool normalize, QString* errorMessage)
 {
     const QString trackName = name.isEmpty() ? UnknownTrackName(trackNumber) : name;
-    const QString trackArtist = artist.isEmpty() ? Localized("IDS_UNKNOWN_ARTIST") : artist;
-    const QString trackAlbum = album.isEmpty() ? Localized("IDS_UNKNOWN_ALBUM") : album;
+    const QString trackArtist = artist.isEmpty() ? UnknownArtistName() : artist;
+    const QString trackAlbum = album.isEmpty() ? UnknownAlbumName() : album;
 
     const QString escapedArtist = lineBreaksEscaped(escapedFormOf(trackArtist));
     const QString escapedAlbum = lineBreaksEscaped(escapedFormOf(trackAlbum));

@@ -1,6 +1,5 @@
 #include "library/MusicLibrary.h"
 
-#include "capture/Localization.h"
 #include "library/LibraryError.h"
 #include "library/LibrarySettings.h"
 #include "library/SafeFileName.h"
@@ -181,9 +180,9 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
     checkAvailable();
     const TrackTags tags = track->tags;
     const QString artistFolder =
-        MakeFolder(mFolder, SafeNameComponent(tags.artist, Localized("IDS_UNKNOWN_ARTIST")));
+        MakeFolder(mFolder, SafeNameComponent(tags.artist, UnknownArtistName()));
     const QString albumFolder =
-        MakeFolder(artistFolder, SafeNameComponent(tags.album, Localized("IDS_UNKNOWN_ALBUM")));
+        MakeFolder(artistFolder, SafeNameComponent(tags.album, UnknownAlbumName()));
     const QString suffix = ImportFormatSuffix(format);
 
     // Encoded and tagged under a hidden name, then renamed: the library never shows a half
@@ -198,8 +197,7 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
     TrackEncoder::Encode(track->location, encoded.fileName(), format, progress);
     WriteTrackTags(encoded.fileName(), format, tags);
 
-    const QString title =
-        SafeNameComponent(tags.title, Localized("IDS_UNKNOWN_TRACK").arg(tags.trackNumber));
+    const QString title = SafeNameComponent(tags.title, UnknownTrackName(tags.trackNumber));
     const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags.trackNumber) + title, suffix);
     if (::rename(QFile::encodeName(encoded.fileName()).constData(), QFile::encodeName(filed).constData()) != 0) {
         const QString reason = ErrnoText();

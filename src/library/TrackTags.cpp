@@ -1,5 +1,6 @@
 #include "library/TrackTags.h"
 
+#include "capture/Localization.h"
 #include "library/LibraryError.h"
 
 #include <QFile>
@@ -40,6 +41,16 @@ std::unique_ptr<TagLib::File> OpenForTagging(const QByteArray& name, ImportForma
 }
 
 } // namespace
+
+QString UnknownTrackName(const QString& trackNumber)
+{
+    const QString text = Localized("IDS_UNKNOWN_TRACK");
+    return text.contains(QLatin1String("%1")) ? text.arg(trackNumber) : text;
+}
+
+QString UnknownArtistName() { return Localized("IDS_UNKNOWN_ARTIST"); }
+
+QString UnknownAlbumName() { return Localized("IDS_UNKNOWN_ALBUM"); }
 
 void WriteTrackTags(const QString& path, ImportFormat format, const TrackTags& tags)
 {

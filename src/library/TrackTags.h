@@ -18,6 +18,12 @@ struct TrackTags {
     friend bool operator==(const TrackTags&, const TrackTags&) = default;
 };
 
+// The localised names of what the user left unnamed; the track's takes its number where
+// the translation has a place (%1) for it.
+QString UnknownTrackName(const QString& trackNumber);
+QString UnknownArtistName();
+QString UnknownAlbumName();
+
 // Writes the tags with TagLib into a file of `format` (ID3v2.4 for MP3, Vorbis comments for
 // FLAC, Ogg Vorbis and Opus, ID3v2 and INFO for WAV). Throws LibraryError.
 void WriteTrackTags(const QString& path, ImportFormat format, const TrackTags& tags);
