@@ -1,0 +1,97 @@
+// tolm-convert import: sound files recorded elsewhere into the music library, named,
+// numbered, tagged and converted like a recorded side.
+
+#include "Command.h"
+#include "CommandLine.h"
+#include "capture/InputChain.h"
+#include "capture/Localization.h"
+#include "library/ConsoleImport.h"
+#include "library/LibraryError.h"
+#include "library/LibrarySettings.h"
+#include "library/StagedTracks.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace Tolm::Convert {
+
+namespace {
+
+int RunImport(const std::vector<std::string>& args)
+{
+    std::vector<std::string> rest = args;
+    std::string error;
+    auto import = Library::ConsoleImport::Take(rest, error);
+    ArgumentParser parser("import", rest);
+    if (!import) {
+        parser.Error(error);
+        return kExitBadInput;
+    }
+    const bool normalize = parser.Flag("normalize");
+    const auto files = parser.Positionals();
+    if (!files)
+        return kExitBadInput;
+    if (files->empty()) {
+        parser.Error("name the sound files to import");
+        return kExitBadInput;
+    }
+    if (import->names.titles.size() > qsizetype(files->size())) {
+        parser.Error("more titles than files");
+        return kExitBadInput;
+    }
+
+    int argc = 1;
+    char name[] = "tolm-convert";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    InstallTranslations();
+    InstallStopRequestHandler();
+    if (const std::string problem = import->apply(); !problem.empty()) {
+        parser.Error(problem);
+        return kExitBadInput;
+    }
+
+    // Each file is read into a track file of its own, so the export may delete it: the
+    // originals are never touched.
+    std::optional<Library::StagedTracks> tracks;
+    try {
+        tracks.emplace();
+        ProgressBar reading("Reading   ");
+        for (size_t i = 0; i < files->size() && !StopRequested(); ++i) {
+            tracks->stage(QString::fromStdString((*files)[i]), 0, -1, [&](double fraction) {
+                reading.Update((double(i) + fraction) / double(files->size()));
+            });
+        }
+    } catch (const Library::LibraryError& failure) {
+        parser.Error(failure.message().toStdString());
+        return kExitBadInput;
+    }
+    if (StopRequested())
+        return kExitFailed;
+    if (normalize) {
+        // The recording's peak is what the meters saw; for files it is what they hold.
+        Capture::ResetVUMax();
+        Capture::ssVUMax.store(tracks->peak());
+    }
+
+    ProgressBar converting("Converting");
+    const auto outcome = import->exportTracks(*tracks, normalize,
+                                              {[&](double fraction) { converting.Update(fraction); },
+                                               [] { return StopRequested(); }});
+    converting.Finish();
+    for (const QString& path : outcome.filed)
+        std::printf("%s\n", qPrintable(path));
+    std::fprintf(stderr, "%lld of %zu track%s added to %s.\n", static_cast<long long>(outcome.filed.size()),
+                 files->size(), files->size() == 1 ? "" : "s", qPrintable(Library::LibrarySettings::folder()));
+    return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
+}
+
+const Registration reg{{"import", "add sound files to the music library, named, numbered and tagged",
+                        "import --artist A --album B [--title T]... [--format flac|mp3|ogg|opus|wav] "
+                        "[--library DIR] [--normalize] FILE...",
+                        &RunImport}};
+
+} // namespace
+
+} // namespace Tolm::Convert

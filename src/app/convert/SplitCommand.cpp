@@ -1,0 +1,177 @@
+// tolm-convert split: a side recorded elsewhere, cut at the tracks the gap detector finds,
+// into track files or straight into the music library.
+
+#include "Command.h"
+#include "CommandLine.h"
+#include "SideAnalysis.h"
+#include "capture/Localization.h"
+#include "library/ConsoleImport.h"
+#include "library/LibraryError.h"
+#include "library/LibrarySettings.h"
+#include "library/SafeFileName.h"
+#include "library/StagedTracks.h"
+#include "library/TrackTags.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace Tolm::Convert {
+
+namespace {
+
+using Morvo::Audio::Filters::AudioFilter;
+
+// Moves a staged track to its reserved name, copying where the folders are on different
+// file systems.
+void MoveInto(const QString& staged, const QString& reserved)
+{
+    if (std::rename(QFile::encodeName(staged).constData(), QFile::encodeName(reserved).constData()) == 0)
+        return;
+    if (errno != EXDEV || !QFile::remove(reserved) || !QFile::copy(staged, reserved))
+        throw Library::LibraryError(QStringLiteral("Cannot write %1").arg(reserved));
+    QFile::remove(staged);
+}
+
+// Writes the tracks as "NN Title.wav" into `folder`, tagged with what was given.
+int WriteTrackFiles(Library::StagedTracks& tracks, const Library::ConsoleImport& names, const QString& folder)
+{
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "tolm-convert split: cannot make the folder %s\n", qPrintable(folder));
+        return kExitFailed;
+    }
+    for (UInt32 i = 1; i <= tracks.numRecordedTracks(); ++i) {
+        const QString number = QString::number(i);
+        const QString title = i <= UInt32(names.names.titles.size()) ? names.names.titles.at(i - 1) : QString();
+        const QString stem = QStringLiteral("%1 ").arg(i, 2, 10, QLatin1Char('0')) +
+                             Library::SafeNameComponent(title, Library::UnknownTrackName(number));
+        try {
+            const QString path = Library::ReserveUniqueFile(folder, stem, QStringLiteral("wav"));
+            MoveInto(tracks.fileNameForTrack(i), path);
+            Library::WriteTrackTags(path, Library::ImportFormat::Wav,
+                                    {names.names.artist, names.names.album,
+                                     title.isEmpty() ? Library::UnknownTrackName(number) : title, number});
+            std::printf("%s\n", qPrintable(path));
+        } catch (const Library::LibraryError& error) {
+            std::fprintf(stderr, "tolm-convert split: %s\n", qPrintable(error.message()));
+            return kExitFailed;
+        }
+    }
+    return kExitOk;
+}
+
+int RunSplit(const std::vector<std::string>& args)
+{
+    std::vector<std::string> rest = args;
+    std::string error;
+    auto import = Library::ConsoleImport::Take(rest, error);
+    ArgumentParser parser("split", rest);
+    if (!import) {
+        parser.Error(error);
+        return kExitBadInput;
+    }
+    const auto eqName = parser.Value("eq");
+    const auto out = parser.Value("out");
+    const auto positionals = parser.Positionals();
+    if (!positionals)
+        return kExitBadInput;
+    if (positionals->size() != 1) {
+        parser.Error("name one recorded side to split");
+        return kExitBadInput;
+    }
+    AudioFilter::Type eq = AudioFilter::NoFilter;
+    if (eqName && !ParseEqualiser(*eqName, eq)) {
+        parser.Error("--eq takes none, riaa, riaa-bass or chrome, not \"" + *eqName + "\"");
+        return kExitBadInput;
+    }
+    if (import->wanted && out) {
+        parser.Error("--out is for track files; with --import the tracks go into the library");
+        return kExitBadInput;
+    }
+    if (!import->wanted && (import->library || import->format)) {
+        parser.Error("--library and --format need --import");
+        return kExitBadInput;
+    }
+    const std::string& side = positionals->front();
+
+    int argc = 1;
+    char name[] = "tolm-convert";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    InstallTranslations();
+    InstallStopRequestHandler();
+    if (import->wanted) {
+        if (const std::string problem = import->apply(); !problem.empty()) {
+            parser.Error(problem);
+            return kExitBadInput;
+        }
+    }
+
+    SideAnalysisResult analysis;
+    {
+        ProgressBar finding("Finding tracks");
+        SideAnalysisOptions options;
+        options.equaliser = eq;
+        options.progress = [&](double fraction) { finding.Update(fraction); };
+        options.stopRequested = [] { return StopRequested(); };
+        try {
+            analysis = SideAnalysis::Run(side, options);
+        } catch (const SideAnalysisError& failure) {
+            parser.Error(side + ": " + failure.what());
+            return kExitBadInput;
+        }
+    }
+    if (analysis.stopped)
+        return kExitFailed;
+    if (analysis.tracks.empty()) {
+        std::fprintf(stderr, "No track was found in %s.\n", side.c_str());
+        return kExitFailed;
+    }
+    if (import->names.titles.size() > qsizetype(analysis.tracks.size()))
+        std::fprintf(stderr, "%lld titles for %zu tracks: the last ones are not used.\n",
+                     static_cast<long long>(import->names.titles.size()), analysis.tracks.size());
+
+    std::optional<Library::StagedTracks> tracks;
+    try {
+        tracks.emplace();
+        ProgressBar cutting("Cutting       ");
+        const auto count = double(analysis.tracks.size());
+        for (size_t i = 0; i < analysis.tracks.size() && !StopRequested(); ++i) {
+            const auto& track = analysis.tracks[i];
+            tracks->stage(QString::fromStdString(side), track.startSample, track.lengthSamples,
+                          [&](double fraction) { cutting.Update((double(i) + fraction) / count); });
+        }
+    } catch (const Library::LibraryError& failure) {
+        parser.Error(failure.message().toStdString());
+        return kExitFailed;
+    }
+    if (StopRequested())
+        return kExitFailed;
+
+    if (!import->wanted)
+        return WriteTrackFiles(*tracks, *import, out ? QString::fromStdString(*out) : QDir::currentPath());
+
+    ProgressBar converting("Converting    ");
+    const auto outcome = import->exportTracks(*tracks, false,
+                                              {[&](double fraction) { converting.Update(fraction); },
+                                               [] { return StopRequested(); }});
+    converting.Finish();
+    for (const QString& path : outcome.filed)
+        std::printf("%s\n", qPrintable(path));
+    std::fprintf(stderr, "%lld of %zu track%s added to %s.\n", static_cast<long long>(outcome.filed.size()),
+                 analysis.tracks.size(), analysis.tracks.size() == 1 ? "" : "s",
+                 qPrintable(Library::LibrarySettings::folder()));
+    return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
+}
+
+const Registration reg{{"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
+                        "split FILE [--artist A] [--album B] [--title T]... [--eq none|riaa|riaa-bass|chrome] "
+                        "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav]]",
+                        &RunSplit}};
+
+} // namespace
+
+} // namespace Tolm::Convert
