@@ -1,0 +1,316 @@
+#include "SideAnalysis.h"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <fcntl.h>
+#include <memory>
+#include <mutex>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace Tolm::Convert {
+
+using Morvo::Audio::Filters::AudioFilter;
+using Morvo::Audio::Filters::GapDetector;
+
+namespace {
+
+constexpr std::size_t kChunkFrames = 65536;  // per read
+constexpr std::size_t kChunks = 4;           // in flight between the reader and the analysis
+constexpr std::size_t kBlockFrames = 4096;   // equaliser and detector in turn, while it is in L1
+
+struct SoundFileCloser {
+    void operator()(SNDFILE* f) const { sf_close(f); }
+};
+using SoundFile = std::unique_ptr<SNDFILE, SoundFileCloser>;
+
+struct NoListener : GapDetector::Listener {
+    void TrackSilenceStarted() override {}
+    void TrackSilenceEnded() override {}
+    void AlbumEnded() override {}
+};
+
+// Sends fd 2 to /dev/null while muted, so the detector's transition lines stay off the
+// terminal; the progress bar draws in between.
+class StandardErrorMute {
+public:
+    explicit StandardErrorMute(bool active)
+    {
+        if (!active)
+            return;
+        mSaved = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+        mNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (mSaved < 0 || mNull < 0)
+            Close();
+    }
+    ~StandardErrorMute()
+    {
+        Unmute();
+        Close();
+    }
+    StandardErrorMute(const StandardErrorMute&) = delete;
+    StandardErrorMute& operator=(const StandardErrorMute&) = delete;
+
+    void Mute()
+    {
+        if (mNull >= 0 && !mMuted) {
+            std::fflush(stderr);
+            mMuted = dup2(mNull, STDERR_FILENO) >= 0;
+        }
+    }
+    void Unmute()
+    {
+        if (mMuted) {
+            std::fflush(stderr);
+            dup2(mSaved, STDERR_FILENO);
+            mMuted = false;
+        }
+    }
+
+private:
+    void Close()
+    {
+        if (mSaved >= 0)
+            close(mSaved);
+        if (mNull >= 0)
+            close(mNull);
+        mSaved = mNull = -1;
+    }
+    int mSaved = -1;
+    int mNull = -1;
+    bool mMuted = false;
+};
+
+struct Chunk {
+    std::vector<float> left = std::vector<float>(kChunkFrames);
+    std::vector<float> right = std::vector<float>(kChunkFrames);
+    std::size_t frames = 0;
+};
+
+// Reads and de-interleaves on its own thread while the caller analyses the chunk before.
+class ChunkReader {
+public:
+    explicit ChunkReader(SNDFILE* file) : mFile(file)
+    {
+        for (auto& c : mChunks)
+            mFree.push_back(&c);
+        mThread = std::thread([this] { Read(); });
+    }
+    ~ChunkReader()
+    {
+        {
+            std::lock_guard lock(mMutex);
+            mCancelled = true;
+        }
+        mChanged.notify_all();
+        mThread.join();
+    }
+    ChunkReader(const ChunkReader&) = delete;
+    ChunkReader& operator=(const ChunkReader&) = delete;
+
+    // The next chunk in file order, or null at the end.
+    Chunk* Next()
+    {
+        std::unique_lock lock(mMutex);
+        mChanged.wait(lock, [this] { return !mFilled.empty() || mEnded; });
+        if (mFilled.empty())
+            return nullptr;
+        Chunk* c = mFilled.front();
+        mFilled.pop_front();
+        return c;
+    }
+
+    void Done(Chunk* c)
+    {
+        {
+            std::lock_guard lock(mMutex);
+            mFree.push_back(c);
+        }
+        mChanged.notify_all();
+    }
+
+    // After Next returned null: the reason reading ended early, or empty.
+    std::string Error()
+    {
+        std::lock_guard lock(mMutex);
+        return mError;
+    }
+
+private:
+    void Read()
+    {
+        std::vector<float> interleaved(kChunkFrames * 2);
+        for (;;) {
+            Chunk* c = nullptr;
+            {
+                std::unique_lock lock(mMutex);
+                mChanged.wait(lock, [this] { return !mFree.empty() || mCancelled; });
+                if (mCancelled)
+                    return;
+                c = mFree.back();
+                mFree.pop_back();
+            }
+            const sf_count_t got =
+                std::max<sf_count_t>(0, sf_readf_float(mFile, interleaved.data(), sf_count_t(kChunkFrames)));
+            const float* in = interleaved.data();
+            for (sf_count_t i = 0; i < got; ++i) {
+                c->left[std::size_t(i)] = in[2 * i];
+                c->right[std::size_t(i)] = in[2 * i + 1];
+            }
+            c->frames = std::size_t(got);
+            const bool end = got < sf_count_t(kChunkFrames);
+            const int error = end ? sf_error(mFile) : SF_ERR_NO_ERROR;
+            {
+                std::lock_guard lock(mMutex);
+                if (got > 0)
+                    mFilled.push_back(c);
+                else
+                    mFree.push_back(c);
+                if (end) {
+                    mEnded = true;
+                    if (error != SF_ERR_NO_ERROR)
+                        mError = sf_error_number(error);
+                }
+            }
+            mChanged.notify_all();
+            if (end)
+                return;
+        }
+    }
+
+    SNDFILE* mFile;
+    Chunk mChunks[kChunks];
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    std::deque<Chunk*> mFilled;  // in file order
+    std::vector<Chunk*> mFree;
+    bool mEnded = false;
+    bool mCancelled = false;
+    std::string mError;
+    std::thread mThread;
+};
+
+SoundFile Open(const std::string& path, SF_INFO& info)
+{
+    using Kind = SideAnalysisError::Kind;
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0)
+        throw SideAnalysisError(Kind::Unreadable, std::string("cannot be read (") + std::strerror(errno) + ")");
+    if (S_ISDIR(st.st_mode))
+        throw SideAnalysisError(Kind::Unreadable, "is a folder, not a sound file");
+    info = SF_INFO{};
+    SoundFile file(sf_open(path.c_str(), SFM_READ, &info));
+    if (!file) {
+        if (access(path.c_str(), R_OK) != 0)
+            throw SideAnalysisError(Kind::Unreadable, std::string("cannot be read (") + std::strerror(errno) + ")");
+        std::string why = sf_strerror(nullptr);
+        while (!why.empty() && (why.back() == '.' || why.back() == '\n'))
+            why.pop_back();
+        throw SideAnalysisError(Kind::Unreadable, "is not a sound file that can be read (" + why + ")");
+    }
+    if (info.channels == 1)
+        throw SideAnalysisError(Kind::NotStereo, "is mono: tracks are found in stereo recordings only");
+    if (info.channels != 2)
+        throw SideAnalysisError(Kind::NotStereo, "has " + std::to_string(info.channels) +
+                                                     " channels: tracks are found in stereo recordings only");
+    if (info.samplerate < int(SideAnalysis::kMinRate) || info.samplerate > int(SideAnalysis::kMaxRate))
+        throw SideAnalysisError(Kind::UnsupportedRate,
+                                "has a sample rate of " + std::to_string(info.samplerate) + " Hz: supported are " +
+                                    std::to_string(SideAnalysis::kMinRate) + " to " +
+                                    std::to_string(SideAnalysis::kMaxRate) + " Hz");
+    return file;
+}
+
+} // namespace
+
+SideAnalysisResult SideAnalysis::Run(const std::string& path, const SideAnalysisOptions& options)
+{
+    SF_INFO info{};
+    SoundFile file = Open(path, info);
+
+    SideAnalysisResult result;
+    result.sampleRate = unsigned(info.samplerate);
+    result.channels = info.channels;
+
+    AudioFilter equaliser;
+    equaliser.Set(options.equaliser);
+    NoListener listener;
+    GapDetector detector(listener, result.sampleRate);
+    detector.SetSampleRate(result.sampleRate);
+
+    const bool sizeKnown = info.frames > 0 && info.frames < SF_COUNT_MAX;
+    std::string readError;
+    {
+        StandardErrorMute mute(!options.verbose);
+        ChunkReader reader(file.get());
+        while (Chunk* chunk = reader.Next()) {
+            mute.Mute();
+            for (std::size_t at = 0; at < chunk->frames; at += kBlockFrames) {
+                const std::size_t n = std::min(kBlockFrames, chunk->frames - at);
+                float* l = chunk->left.data() + at;
+                float* r = chunk->right.data() + at;
+                equaliser(l, r, n);
+                detector(l, r, n);
+            }
+            mute.Unmute();
+            result.frames += std::int64_t(chunk->frames);
+            reader.Done(chunk);
+            if (options.progress && sizeKnown)
+                options.progress(std::min(1.0, double(result.frames) / double(info.frames)));
+            if (options.stopRequested && options.stopRequested()) {
+                result.stopped = true;
+                break;
+            }
+        }
+        if (!result.stopped)
+            readError = reader.Error();
+    }
+    if (!readError.empty())
+        throw SideAnalysisError(SideAnalysisError::Kind::ReadFailed,
+                                "could not be read to the end (" + readError + ")");
+
+    result.levels = detector.levels;
+    detector.FindTracks(result.tracks);
+    return result;
+}
+
+bool ParseEqualiser(const std::string& name, AudioFilter::Type& type)
+{
+    static constexpr std::pair<const char*, AudioFilter::Type> kNames[] = {
+        {"none", AudioFilter::NoFilter},
+        {"riaa", AudioFilter::RIAAFilter},
+        {"riaa-bass", AudioFilter::RIAABassFilter},
+        {"chrome", AudioFilter::ChromeFilter},
+    };
+    for (const auto& [text, value] : kNames) {
+        if (name == text) {
+            type = value;
+            return true;
+        }
+    }
+    return false;
+}
+
+const char* EqualiserName(AudioFilter::Type type)
+{
+    switch (type) {
+    case AudioFilter::RIAAFilter:
+        return "riaa";
+    case AudioFilter::RIAABassFilter:
+        return "riaa-bass";
+    case AudioFilter::ChromeFilter:
+        return "chrome";
+    case AudioFilter::NoFilter:
+    default:
+        return "none";
+    }
+}
+
+} // namespace Tolm::Convert

@@ -1,0 +1,69 @@
+#pragma once
+
+// A recorded side, read from a sound file, through the equaliser and the gap detector as the
+// live chain would hear it, then the detector's track finder over the whole side.
+
+#include "filters/AudioFilter.h"
+#include "filters/GapDetector.h"
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Tolm::Convert {
+
+// Why a side could not be analysed, in one line for people (without the file name's prefix).
+class SideAnalysisError : public std::runtime_error {
+public:
+    enum class Kind {
+        Unreadable,       // missing, no permission, a folder, not a sound file
+        NotStereo,        // mono or more than two channels
+        UnsupportedRate,  // outside kMinRate..kMaxRate
+        ReadFailed,       // broke off while reading
+    };
+    SideAnalysisError(Kind kind, const std::string& message) : std::runtime_error(message), mKind(kind) {}
+    Kind kind() const { return mKind; }
+
+private:
+    Kind mKind;
+};
+
+struct SideAnalysisOptions {
+    Morvo::Audio::Filters::AudioFilter::Type equaliser = Morvo::Audio::Filters::AudioFilter::NoFilter;
+    // Let the detector's "Audio has transitioned ..." lines through to standard error.
+    // Otherwise standard error (fd 2) goes to /dev/null while blocks are analysed, so other
+    // threads should not count on it meanwhile.
+    bool verbose = false;
+    // 0..1, on the calling thread between blocks, with standard error in place.
+    std::function<void(double fraction)> progress;
+    // Polled between blocks; true stops reading and finds the tracks of what was read.
+    std::function<bool()> stopRequested;
+};
+
+struct SideAnalysisResult {
+    unsigned sampleRate = 0;
+    int channels = 0;
+    std::int64_t frames = 0;  // frames read and analysed
+    bool stopped = false;
+    // One level per half-second frame, as the detector measured them; the tracks end at the
+    // last whole frame, so up to half a second short of `frames`.
+    std::vector<float> levels;
+    std::vector<Morvo::Audio::Filters::GapDetector::TrackItem> tracks;
+};
+
+class SideAnalysis {
+public:
+    static constexpr unsigned kMinRate = 8000;
+    static constexpr unsigned kMaxRate = 192000;
+
+    // Throws SideAnalysisError.
+    static SideAnalysisResult Run(const std::string& path, const SideAnalysisOptions& options = {});
+};
+
+// "none", "riaa", "riaa-bass", "chrome" and back; false for an unknown name.
+bool ParseEqualiser(const std::string& name, Morvo::Audio::Filters::AudioFilter::Type& type);
+const char* EqualiserName(Morvo::Audio::Filters::AudioFilter::Type type);
+
+} // namespace Tolm::Convert

@@ -1,0 +1,185 @@
+#include "SideAnalysis.h"
+#include "TracksTestSide.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <thread>
+
+using namespace Tolm::Convert;
+using namespace Tolm::Test;
+using Morvo::Audio::Filters::AudioFilter;
+using Morvo::Audio::Filters::GapDetector;
+
+namespace {
+
+struct NoEvents : GapDetector::Listener {
+    void TrackSilenceStarted() override {}
+    void TrackSilenceEnded() override {}
+    void AlbumEnded() override {}
+};
+
+std::vector<std::pair<int, int>> Samples(const std::vector<GapDetector::TrackItem>& tracks)
+{
+    std::vector<std::pair<int, int>> v;
+    for (const auto& t : tracks)
+        v.emplace_back(t.startSample, t.lengthSamples);
+    return v;
+}
+
+SideAnalysisError::Kind FailureOf(const std::string& path)
+{
+    try {
+        SideAnalysis::Run(path);
+    } catch (const SideAnalysisError& e) {
+        EXPECT_EQ(std::string(e.what()).find('\n'), std::string::npos);
+        return e.kind();
+    }
+    ADD_FAILURE() << path << " was accepted";
+    return SideAnalysisError::Kind::ReadFailed;
+}
+
+class SideAnalysisTest : public testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        sFolder = new TempFolder;
+        sSide = new StereoSamples(MakeSide(ThreeSongSide(), 44100));
+        WriteSound(sFolder->File("side.wav"), *sSide, 44100, kFloatWav);
+    }
+    static void TearDownTestSuite()
+    {
+        delete sSide;
+        delete sFolder;
+    }
+    static inline TempFolder* sFolder = nullptr;
+    static inline StereoSamples* sSide = nullptr;
+};
+
+} // namespace
+
+TEST_F(SideAnalysisTest, FindsTheTracksOfAKnownSide)
+{
+    const auto side = SideAnalysis::Run(sFolder->File("side.wav"));
+    EXPECT_EQ(side.sampleRate, 44100u);
+    EXPECT_EQ(side.frames, 136 * 44100);
+    EXPECT_FALSE(side.stopped);
+    EXPECT_EQ(side.levels.size(), 272u);
+    EXPECT_EQ(Samples(side.tracks), (std::vector<std::pair<int, int>>{
+                                        {0, 53 * 44100}, {53 * 44100, 1036350}, {3373650, 2491650}}));
+}
+
+// The file read in chunks on another thread must analyse exactly like the samples fed
+// straight through the equaliser and the detector.
+TEST_F(SideAnalysisTest, HearsTheFileAsTheLiveChainWould)
+{
+    SideAnalysisOptions options;
+    options.equaliser = AudioFilter::RIAAFilter;
+    const auto side = SideAnalysis::Run(sFolder->File("side.wav"), options);
+
+    AudioFilter eq;
+    eq.Set(AudioFilter::RIAAFilter);
+    NoEvents listener;
+    GapDetector detector(listener, 44100);
+    auto l = sSide->left, r = sSide->right;
+    for (std::size_t at = 0; at < l.size(); at += 512) {
+        const std::size_t n = std::min<std::size_t>(512, l.size() - at);
+        eq(l.data() + at, r.data() + at, n);
+        detector(l.data() + at, r.data() + at, n);
+    }
+    EXPECT_EQ(side.levels, detector.levels);
+    std::vector<GapDetector::TrackItem> tracks;
+    detector.FindTracks(tracks);
+    EXPECT_EQ(Samples(side.tracks), Samples(tracks));
+    EXPECT_EQ(side.tracks.size(), 3u);
+}
+
+TEST_F(SideAnalysisTest, ReportsProgressAndStopsWhenAsked)
+{
+    std::vector<double> seen;
+    const auto caller = std::this_thread::get_id();
+    SideAnalysisOptions options;
+    options.progress = [&](double f) {
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        seen.push_back(f);
+    };
+    SideAnalysis::Run(sFolder->File("side.wav"), options);
+    ASSERT_GT(seen.size(), 10u);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_EQ(seen.back(), 1.0);
+
+    int polls = 0;
+    options.progress = nullptr;
+    options.stopRequested = [&] { return ++polls == 3; };
+    const auto part = SideAnalysis::Run(sFolder->File("side.wav"), options);
+    EXPECT_TRUE(part.stopped);
+    EXPECT_GT(part.frames, 0);
+    EXPECT_LT(part.frames, 136 * 44100);
+}
+
+TEST_F(SideAnalysisTest, KeepsTheDetectorQuietUnlessVerbose)
+{
+    testing::internal::CaptureStderr();
+    SideAnalysis::Run(sFolder->File("side.wav"));
+    std::fprintf(stderr, "still here\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "still here\n");
+
+    SideAnalysisOptions verbose;
+    verbose.verbose = true;
+    testing::internal::CaptureStderr();
+    SideAnalysis::Run(sFolder->File("side.wav"), verbose);
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find("Audio has transitioned out of silence\n"), std::string::npos) << said;
+    EXPECT_NE(said.find("Audio has transitioned into silence\n"), std::string::npos) << said;
+}
+
+TEST(SideAnalysis, ReadsOtherFormatsAndRates)
+{
+    TempFolder folder;
+    const auto side = MakeSide(ThreeSongSide(), 48000);
+    WriteSound(folder.File("side.flac"), side, 48000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    const auto result = SideAnalysis::Run(folder.File("side.flac"));
+    EXPECT_EQ(result.sampleRate, 48000u);
+    EXPECT_EQ(Samples(result.tracks), (std::vector<std::pair<int, int>>{
+                                          {0, 53 * 48000}, {53 * 48000, 1128000}, {3672000, 2712000}}));
+}
+
+TEST(SideAnalysis, RefusesWhatIsNotAStereoSide)
+{
+    TempFolder folder;
+    const auto bit = MakeSide({{1, true}}, 44100);
+    WriteSound(folder.File("mono.wav"), bit, 44100, kFloatWav, 1);
+    WriteSound(folder.File("three.wav"), bit, 44100, kFloatWav, 3);
+    WriteSound(folder.File("slow.wav"), bit, 4000, kFloatWav);
+    std::ofstream(folder.File("notes.wav")) << "not a sound\n";
+
+    using Kind = SideAnalysisError::Kind;
+    EXPECT_EQ(FailureOf(folder.File("absent.wav")), Kind::Unreadable);
+    EXPECT_EQ(FailureOf(folder.Path()), Kind::Unreadable);
+    EXPECT_EQ(FailureOf(folder.File("notes.wav")), Kind::Unreadable);
+    EXPECT_EQ(FailureOf(folder.File("mono.wav")), Kind::NotStereo);
+    EXPECT_EQ(FailureOf(folder.File("three.wav")), Kind::NotStereo);
+    EXPECT_EQ(FailureOf(folder.File("slow.wav")), Kind::UnsupportedRate);
+}
+
+TEST(SideAnalysis, ANearlyEmptyFileHasNoTracks)
+{
+    TempFolder folder;
+    WriteSound(folder.File("blip.wav"), MakeSide({{0.3, true}}, 44100), 44100, kFloatWav);
+    const auto result = SideAnalysis::Run(folder.File("blip.wav"));
+    EXPECT_EQ(result.frames, 13230);
+    EXPECT_TRUE(result.levels.empty());
+    EXPECT_TRUE(result.tracks.empty());
+}
+
+TEST(SideAnalysis, NamesTheEqualisers)
+{
+    for (const char* name : {"none", "riaa", "riaa-bass", "chrome"}) {
+        AudioFilter::Type type{};
+        ASSERT_TRUE(ParseEqualiser(name, type)) << name;
+        EXPECT_STREQ(EqualiserName(type), name);
+    }
+    AudioFilter::Type type{};
+    EXPECT_FALSE(ParseEqualiser("RIAA", type));
+    EXPECT_FALSE(ParseEqualiser("", type));
+}

@@ -1,0 +1,146 @@
+// The built tolm-convert, run on sides written to disk, as a user would run it.
+
+#include "TracksTestSide.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+using namespace Tolm::Test;
+
+namespace {
+
+struct Run {
+    int status = -1;
+    std::string out, err;
+};
+
+std::string Slurp(const std::string& path)
+{
+    std::ifstream in(path);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::string Quote(const std::string& arg)
+{
+    std::string q = "'";
+    for (char c : arg)
+        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+Run Convert(const TempFolder& folder, const std::vector<std::string>& args)
+{
+    std::string command = Quote(TOLM_CONVERT);
+    for (const auto& a : args)
+        command += " " + Quote(a);
+    command += " >" + Quote(folder.File("out.txt")) + " 2>" + Quote(folder.File("err.txt")) + " </dev/null";
+    const int raw = std::system(command.c_str());
+    Run run;
+    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    run.out = Slurp(folder.File("out.txt"));
+    run.err = Slurp(folder.File("err.txt"));
+    return run;
+}
+
+class TracksCommand : public testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        sFolder = new TempFolder;
+        WriteSound(sFolder->File("side.wav"), MakeSide(ThreeSongSide(), 44100), 44100, kFloatWav);
+    }
+    static void TearDownTestSuite() { delete sFolder; }
+    static inline TempFolder* sFolder = nullptr;
+};
+
+} // namespace
+
+TEST_F(TracksCommand, PrintsTheTracksOfASide)
+{
+    const auto run = Convert(*sFolder, {"tracks", sFolder->File("side.wav")});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");  // no bar off a terminal, no detector lines
+    const std::string expected = sFolder->File("side.wav") +
+                                 ": 44100 Hz, 2:16.0, equaliser none, 3 tracks\n"
+                                 "Track      Start     Length  Start sample       Samples\n"
+                                 "    1     0:00.0     0:53.0             0       2337300\n"
+                                 "    2     0:53.0     0:23.5       2337300       1036350\n"
+                                 "    3     1:16.5     0:56.5       3373650       2491650\n";
+    EXPECT_EQ(run.out, expected);
+}
+
+TEST_F(TracksCommand, PrintsJsonAndTakesAnEqualiser)
+{
+    const auto run = Convert(*sFolder, {"tracks", "--json", "--eq", "riaa", sFolder->File("side.wav")});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const std::string expected = "{\n  \"file\": \"" + sFolder->File("side.wav") +
+                                 "\",\n"
+                                 "  \"sampleRate\": 44100,\n"
+                                 "  \"frames\": 5997600,\n"
+                                 "  \"seconds\": 136,\n"
+                                 "  \"equaliser\": \"riaa\",\n"
+                                 "  \"tracks\": [\n"
+                                 "    {\"number\": 1, \"start\": 0, \"duration\": 53, \"startSample\": 0, "
+                                 "\"lengthSamples\": 2337300},\n"
+                                 "    {\"number\": 2, \"start\": 53, \"duration\": 23.5, \"startSample\": 2337300, "
+                                 "\"lengthSamples\": 1036350},\n"
+                                 "    {\"number\": 3, \"start\": 76.5, \"duration\": 56.5, \"startSample\": 3373650, "
+                                 "\"lengthSamples\": 2491650}\n"
+                                 "  ]\n}\n";
+    EXPECT_EQ(run.out, expected);
+}
+
+TEST_F(TracksCommand, VerboseLetsTheDetectorSpeak)
+{
+    const auto run = Convert(*sFolder, {"tracks", sFolder->File("side.wav"), "--verbose"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "Audio has transitioned out of silence\nAudio has transitioned into silence\n"
+                       "Audio has transitioned out of silence\nAudio has transitioned into silence\n"
+                       "Audio has transitioned out of silence\nAudio has transitioned into silence\n");
+}
+
+TEST_F(TracksCommand, HostileNamesStayValidJson)
+{
+    const std::string odd = sFolder->File("a \"quoted\" \\ name \xff.wav");
+    std::filesystem::copy_file(sFolder->File("side.wav"), odd);
+    const auto run = Convert(*sFolder, {"tracks", "--json", odd});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("a \\\"quoted\\\" \\\\ name \xEF\xBF\xBD.wav\""), std::string::npos) << run.out;
+}
+
+TEST_F(TracksCommand, BadInputIsOneLineAndStatusTwo)
+{
+    TempFolder folder;
+    const auto bit = MakeSide({{1, true}}, 44100);
+    WriteSound(folder.File("mono.wav"), bit, 44100, kFloatWav, 1);
+    WriteSound(folder.File("slow.wav"), bit, 4000, kFloatWav);
+    std::ofstream(folder.File("notes.txt")) << "not a sound\n";
+
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"tracks", folder.File("absent.wav")},
+         "tolm-convert tracks: " + folder.File("absent.wav") + " cannot be read (No such file or directory)\n"},
+        {{"tracks", folder.File("mono.wav")},
+         "tolm-convert tracks: " + folder.File("mono.wav") + " is mono: tracks are found in stereo recordings only\n"},
+        {{"tracks", folder.File("slow.wav")}, "tolm-convert tracks: " + folder.File("slow.wav") +
+                                                  " has a sample rate of 4000 Hz: supported are 8000 to 192000 Hz\n"},
+        {{"tracks", "--eq", "loud", folder.File("mono.wav")},
+         "tolm-convert tracks: unknown equaliser \"loud\" (none, riaa, riaa-bass or chrome)\n"},
+        {{"tracks"}, "tolm-convert tracks: which file? (tolm-convert tracks FILE)\n"},
+    };
+    for (const auto& [args, message] : cases) {
+        const auto run = Convert(folder, args);
+        EXPECT_EQ(run.status, 2) << message;
+        EXPECT_EQ(run.err, message);
+        EXPECT_EQ(run.out, "");
+    }
+    const auto text = Convert(folder, {"tracks", folder.File("notes.txt")});
+    EXPECT_EQ(text.status, 2);
+    EXPECT_EQ(text.err.rfind("tolm-convert tracks: " + folder.File("notes.txt") + " is not a sound file", 0), 0u)
+        << text.err;
+    EXPECT_EQ(std::count(text.err.begin(), text.err.end(), '\n'), 1);
+}
