@@ -5,6 +5,7 @@
 #include "SideRecorder.h"
 #include "capture/DemoTurntable.h"
 #include "capture/Localization.h"
+#include "platform/PulseAudioHardware.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -61,7 +62,7 @@ class ResultOutput {
         if (fd >= 0) {
             mOut = fdopen(fd, "w");
             dup2(STDERR_FILENO, STDOUT_FILENO);
-            std::setvbuf(stdout, nullptr, _IOLBF, 0);  // keep the engine's lines in order with ours
+            std::setvbuf(stdout, nullptr, _IOLBF, 0); // keep the engine's lines in order with ours
         }
     }
     ~ResultOutput()
@@ -146,11 +147,13 @@ int RunRecord(const std::vector<std::string>& args)
     InstallStopRequestHandler();
     ResultOutput results;
 
-    // The demo turntable alone on the bus: --demo means that one, whatever else is plugged in.
+    // The demo turntable alone on the bus: --demo means that one, whatever else is plugged
+    // in. It plays into the user's own output where a sound server answers.
     std::unique_ptr<Capture::DemoTurntable> turntableDemo;
     if (demo) {
-        turntableDemo = std::make_unique<Capture::DemoTurntable>(
-            nullptr, nullptr, Capture::DemoTurntable::Kind::OwnPreamp, 44100.0);
+        turntableDemo =
+            std::make_unique<Capture::DemoTurntable>(Platform::PulseAudioHardware::Connect(), nullptr,
+                                                     Capture::DemoTurntable::Kind::OwnPreamp, 44100.0);
         turntableDemo->Install();
     }
 
