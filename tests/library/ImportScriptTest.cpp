@@ -1,6 +1,10 @@
 #include "LibraryTestSupport.h"
 #include "library/AppleScriptRunner.h"
+#include "capture/InputChain.h"
 #include "library/ImportScript.h"
+
+#include <QDir>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
@@ -74,4 +78,36 @@ TEST(ImportScript, AnUnescapedPathWithAQuoteFailsTheScript)
     QString message;
     EXPECT_TRUE(convertAndTagAudioFile4(QStringLiteral("/tmp/a\"b.wav"), QStringLiteral("A"), QStringLiteral("B"),
                                         QStringLiteral("C"), QStringLiteral("1"), false, &message));
+}
+
+TEST(ImportScript, NormalisesToThePeakTheMetersSawIntoNormalizedWav)
+{
+    Tolm::Test::TemporaryLibrary library;
+    const QString track = QDir(library.scratch()).filePath(QStringLiteral("TolmACTmpFile.1.wav"));
+    const QString normalized = QDir(library.scratch()).filePath(QStringLiteral("normalized.wav"));
+    Tolm::Test::WriteTrackFile(track, 44100, 5000, 0.5f);
+    const auto original = Tolm::Test::DecodeFile(track);
+
+    Tolm::Capture::ResetVUMax();
+    Tolm::Capture::ssVUMax.store(0.5f);
+    EXPECT_FALSE(convertAndTagAudioFile4(track, QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("Loud"),
+                                         QStringLiteral("1"), true));
+    const auto scaled = Tolm::Test::DecodeFile(normalized);
+    ASSERT_EQ(scaled.frames, original.frames);
+    const float gain = 0.97f / 0.5f;  // 1.94
+    for (size_t i = 0; i < scaled.samples.size(); ++i)
+        ASSERT_FLOAT_EQ(scaled.samples[i], original.samples[i] * gain) << "sample " << i;
+    const auto filed = Tolm::Test::DecodeFile(QDir(library.folder()).filePath(QStringLiteral("A/B/01 Loud.flac")));
+    ASSERT_EQ(filed.frames, original.frames);
+    EXPECT_NEAR(filed.samples[100], original.samples[100] * gain, 1e-6);
+
+    // Silence has no peak to scale to: the track goes in as it is.
+    QFile::remove(normalized);
+    Tolm::Capture::ResetVUMax();
+    EXPECT_FALSE(convertAndTagAudioFile4(track, QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("Quiet"),
+                                         QStringLiteral("2"), true));
+    EXPECT_FALSE(QFileInfo::exists(normalized));
+    const auto asIs = Tolm::Test::DecodeFile(QDir(library.folder()).filePath(QStringLiteral("A/B/02 Quiet.flac")));
+    ASSERT_EQ(asIs.frames, original.frames);
+    EXPECT_NEAR(asIs.samples[100], original.samples[100], 1e-6);
 }
