@@ -147,6 +147,8 @@ short GapDetector::ApplyFilter(long x)
 bool GapDetector::operator()(const float* left, const float* right, unsigned long count)
 {
     bool result = false;
+    if (frameLength <= 0)  // a rate of 0 slipped through: there is no frame to write into
+        return result;
     FilterParams& p = filterParams;
     // Hot loop with the state in locals; the same arithmetic as ApplyFilter.
     const std::uint32_t q0 = U(p.q0), q1 = U(p.q1), q2 = U(p.q2), q3 = U(p.q3), q4 = U(p.q4);
@@ -158,7 +160,8 @@ bool GapDetector::operator()(const float* left, const float* right, unsigned lon
 
     unsigned long i = 0;
     while (i < count) {
-        const unsigned long room = position < frameLength ? static_cast<unsigned long>(frameLength - position) : 1;
+        const unsigned long room =
+            position < frameLength ? static_cast<unsigned long>(frameLength - position) : 1;
         const unsigned long end = i + std::min(room, count - i);
         for (; i < end; ++i) {
             const std::uint32_t m = U((To16Bit(right[i]) + To16Bit(left[i])) >> 1);
