@@ -39,7 +39,7 @@ std::string Trim(std::string text)
 
 struct SpawnResult {
     bool started = false;
-    int status = -1;  // exit status, or -1 when killed or timed out
+    int status = -1; // exit status, or -1 when killed or timed out
     std::string output;
     std::string errors;
 };
@@ -121,7 +121,10 @@ bool ProcessAlive(int pid)
 
 PulseDaemon::PulseDaemon() = default;
 
-PulseDaemon::~PulseDaemon() { Stop(); }
+PulseDaemon::~PulseDaemon()
+{
+    Stop();
+}
 
 bool PulseDaemon::Fail(std::string reason)
 {
@@ -150,30 +153,9 @@ bool PulseDaemon::Start()
     mRuntimeDir = pattern;
     chmod(mRuntimeDir.c_str(), 0700);
 
-    // Its own configuration folder too: no user daemon.conf, cookie or saved state leaks in,
-    // and nothing is written into the real home folder.
-    const std::vector<std::string> daemonEnvironment = {
-        "XDG_RUNTIME_DIR=" + mRuntimeDir,
-        "XDG_CONFIG_HOME=" + mRuntimeDir + "/config",
-        "XDG_STATE_HOME=" + mRuntimeDir + "/state",
-        "PULSE_RUNTIME_PATH=" + mRuntimeDir + "/pulse",
-    };
-    // Runs as root too (with a warning): --system is for a machine-wide daemon, not ours.
-    const SpawnResult daemon =
-        Run({"pulseaudio", "-n", "--daemonize=yes", "--exit-idle-time=-1", "--disable-shm=yes",
-             "--use-pid-file=yes", "--log-target=file:" + mRuntimeDir + "/pulse.log",
-             "-L", "module-native-protocol-unix", "-L", "module-null-sink sink_name=speakers"},
-            daemonEnvironment, mRuntimeDir, std::chrono::seconds(20));
-    if (!daemon.started)
-        return Fail(daemon.errors);
-    if (daemon.status != 0)
-        return Fail("pulseaudio exited with status " + std::to_string(daemon.status) + ": " + daemon.errors +
-                    LogTail());
-
-    const std::string pidText = Trim(ReadFile(mRuntimeDir + "/pulse/pid"));
-    mPid = std::atoi(pidText.c_str());
-    if (mPid <= 0)
-        return Fail("no pid file after start" + LogTail());
+    std::string error;
+    if (!LaunchDaemon(error))
+        return Fail(error);
 
     // This process (and every client it starts) talks to our daemon only; a set server also
     // keeps libpulse from spawning one of its own.
@@ -194,6 +176,69 @@ bool PulseDaemon::Start()
     return true;
 }
 
+bool PulseDaemon::LaunchDaemon(std::string& error)
+{
+    // Its own configuration folder too: no user daemon.conf, cookie or saved state leaks in,
+    // and nothing is written into the real home folder.
+    const std::vector<std::string> daemonEnvironment = {
+        "XDG_RUNTIME_DIR=" + mRuntimeDir,
+        "XDG_CONFIG_HOME=" + mRuntimeDir + "/config",
+        "XDG_STATE_HOME=" + mRuntimeDir + "/state",
+        "PULSE_RUNTIME_PATH=" + mRuntimeDir + "/pulse",
+    };
+    // Runs as root too (with a warning): --system is for a machine-wide daemon, not ours.
+    const SpawnResult daemon =
+        Run({"pulseaudio", "-n", "--daemonize=yes", "--exit-idle-time=-1", "--disable-shm=yes",
+             "--use-pid-file=yes", "--log-target=file:" + mRuntimeDir + "/pulse.log", "-L",
+             "module-native-protocol-unix", "-L", "module-null-sink sink_name=speakers"},
+            daemonEnvironment, mRuntimeDir, std::chrono::seconds(20));
+    if (!daemon.started) {
+        error = daemon.errors;
+        return false;
+    }
+    if (daemon.status != 0) {
+        error = "pulseaudio exited with status " + std::to_string(daemon.status) + ": " + daemon.errors +
+                LogTail();
+        return false;
+    }
+    const std::string pidText = Trim(ReadFile(mRuntimeDir + "/pulse/pid"));
+    mPid = std::atoi(pidText.c_str());
+    if (mPid <= 0) {
+        mPid = 0;
+        error = "no pid file after start" + LogTail();
+        return false;
+    }
+    return true;
+}
+
+void PulseDaemon::KillDaemon()
+{
+    if (mPid <= 0)
+        return;
+    kill(mPid, SIGTERM);
+    const auto deadline = Clock::now() + std::chrono::seconds(5);
+    while (ProcessAlive(mPid) && Clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (ProcessAlive(mPid))
+        kill(mPid, SIGKILL);
+    mPid = 0;
+    mPipeLoaded = false;
+}
+
+bool PulseDaemon::Restart()
+{
+    if (!Running())
+        return false;
+    StopFeeding();
+    KillDaemon();
+    std::string error;
+    if (!LaunchDaemon(error)) {
+        mSkipReason = error;
+        return false;
+    }
+    return LoadPipeSource();
+}
+
 void PulseDaemon::RestoreEnvironment()
 {
     for (const auto& [name, value] : mSavedEnvironment) {
@@ -208,16 +253,7 @@ void PulseDaemon::RestoreEnvironment()
 void PulseDaemon::Stop()
 {
     StopFeeding();
-    if (mPid > 0) {
-        kill(mPid, SIGTERM);
-        const auto deadline = Clock::now() + std::chrono::seconds(5);
-        while (ProcessAlive(mPid) && Clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        if (ProcessAlive(mPid))
-            kill(mPid, SIGKILL);
-        mPid = 0;
-    }
-    mPipeLoaded = false;
+    KillDaemon();
     RestoreEnvironment();
     if (!mRuntimeDir.empty()) {
         std::error_code ignored;
@@ -279,9 +315,8 @@ void PulseDaemon::Feed(Generator generator, std::uint64_t frames, Pace pace)
         std::lock_guard lock(mFeedMutex);
         mFeedError.clear();
     }
-    mFeeder = std::thread([this, generator = std::move(generator), frames, pace] {
-        FeedLoop(generator, frames, pace);
-    });
+    mFeeder = std::thread(
+        [this, generator = std::move(generator), frames, pace] { FeedLoop(generator, frames, pace); });
 }
 
 void PulseDaemon::FeedLoop(Generator generator, std::uint64_t frames, Pace pace)
@@ -330,7 +365,7 @@ void PulseDaemon::FeedLoop(Generator generator, std::uint64_t frames, Pace pace)
             return;
         }
         if (left > 0)
-            break;  // stopped mid-block
+            break; // stopped mid-block
         written += count;
         mFramesFed = written;
 

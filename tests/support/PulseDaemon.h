@@ -24,7 +24,7 @@
 namespace Tolm::Test {
 
 class PulseDaemon {
-public:
+  public:
     static constexpr unsigned kRate = 48000;
     static constexpr unsigned kChannels = 2;
     static constexpr const char* kSourceName = "usbcodec";
@@ -44,9 +44,12 @@ public:
     // Stops the feeder and the daemon (by its pid file) and removes the runtime folder.
     void Stop();
     bool Running() const { return mPid > 0; }
+    // The server goes away and comes back at the same address (as after a crash or an update),
+    // with the pipe source loaded again. The feeder is stopped.
+    bool Restart();
 
-    bool LoadPipeSource();    // plug in
-    bool UnloadPipeSource();  // unplug
+    bool LoadPipeSource();   // plug in
+    bool UnloadPipeSource(); // unplug
     bool PipeSourceLoaded() const { return mPipeLoaded; }
 
     std::string RuntimeDir() const { return mRuntimeDir; }
@@ -72,8 +75,10 @@ public:
     // Why the feeder ended early (the fifo went away, say); empty while all is well.
     std::string FeedError() const;
 
-private:
+  private:
     bool Fail(std::string reason);
+    bool LaunchDaemon(std::string& error);
+    void KillDaemon();
     void FeedLoop(Generator generator, std::uint64_t frames, Pace pace);
     std::string LogTail() const;
     void RestoreEnvironment();
