@@ -6,14 +6,13 @@
 #include "platform/HostTime.h"
 #include "platform/StreamClock.h"
 
-#include <pulse/pulseaudio.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <pulse/pulseaudio.h>
 #include <set>
 #include <thread>
 
@@ -27,8 +26,9 @@ constexpr const char* kApplicationName = "Tolm Audio Converter";
 
 // Locks the event loop unless the caller runs on it already (a callback, which holds it).
 class LoopLock {
-public:
-    explicit LoopLock(pa_threaded_mainloop* loop) : mLoop(loop), mLocked(!pa_threaded_mainloop_in_thread(loop))
+  public:
+    explicit LoopLock(pa_threaded_mainloop* loop)
+        : mLoop(loop), mLocked(!pa_threaded_mainloop_in_thread(loop))
     {
         if (mLocked)
             pa_threaded_mainloop_lock(mLoop);
@@ -41,7 +41,7 @@ public:
     LoopLock(const LoopLock&) = delete;
     LoopLock& operator=(const LoopLock&) = delete;
 
-private:
+  private:
     pa_threaded_mainloop* mLoop;
     bool mLocked;
 };
@@ -57,7 +57,10 @@ std::optional<UInt16> ParseHexId(const char* text)
     return UInt16(value);
 }
 
-UInt32 UsecToFrames(pa_usec_t usec, UInt32 rate) { return UInt32((usec * rate + 500000) / 1000000); }
+UInt32 UsecToFrames(pa_usec_t usec, UInt32 rate)
+{
+    return UInt32((usec * rate + 500000) / 1000000);
+}
 
 } // namespace
 
@@ -74,18 +77,20 @@ struct PulseAudioHardware::Impl : std::enable_shared_from_this<Impl> {
     struct Entry {
         bool isSource = true;
         uint32_t index = PA_INVALID_INDEX;
-        std::string serverName;  // the source's or sink's name on the server
+        std::string serverName; // the source's or sink's name on the server
         AudioDeviceInfo info;
     };
 
     pa_threaded_mainloop* loop = nullptr;
-    pa_context* context = nullptr;
+    pa_context* context = nullptr; // replaced on the loop thread when the server comes back
+    pa_time_event* reconnectTimer = nullptr;
+    bool closing = false;
     std::atomic<bool> connected{false};
-    std::atomic<bool> ready{false};  // initial device list loaded
+    std::atomic<bool> ready{false}; // initial device list loaded
     std::unique_ptr<HardwareNotifier> notifier = std::make_unique<HardwareNotifier>();
 
     mutable std::mutex cacheMutex;
-    std::vector<Entry> entries;  // sources, then sinks, each by server index
+    std::vector<Entry> entries; // sources, then sinks, each by server index
     std::map<std::pair<bool, uint32_t>, AudioDeviceID> ids;
     AudioDeviceID nextId = 1;
     std::string defaultSource, defaultSink;
@@ -96,6 +101,9 @@ struct PulseAudioHardware::Impl : std::enable_shared_from_this<Impl> {
     ~Impl();
 
     bool Open(std::chrono::milliseconds timeout, std::string& error);
+    bool NewContext();
+    void Subscribe();
+    void ScheduleReconnect();
     bool Wait(pa_operation* operation);
     void Refresh();
 
@@ -107,7 +115,9 @@ struct PulseAudioHardware::Impl : std::enable_shared_from_this<Impl> {
     void Lost();
 
     static void OnContextState(pa_context* context, void* self);
-    static void OnSubscription(pa_context* context, pa_subscription_event_type_t type, uint32_t index, void* self);
+    static void OnReconnectTimer(pa_mainloop_api* api, pa_time_event* event, const timeval*, void* self);
+    static void OnSubscription(pa_context* context, pa_subscription_event_type_t type, uint32_t index,
+                               void* self);
     static void OnServerInfo(pa_context* context, const pa_server_info* info, void* self);
     static void OnSourceInfo(pa_context* context, const pa_source_info* info, int eol, void* self);
     static void OnSinkInfo(pa_context* context, const pa_sink_info* info, int eol, void* self);
@@ -116,7 +126,7 @@ struct PulseAudioHardware::Impl : std::enable_shared_from_this<Impl> {
 // A record or playback stream. Created on Start, ended on Stop, so that a client format set in
 // between takes effect and a stream ended by the server can be started again.
 class PulseStream final : public AudioStream {
-public:
+  public:
     PulseStream(std::shared_ptr<PulseAudioHardware::Impl> hardware, bool input, AudioDeviceID device,
                 const AudioDeviceInfo& info, AudioStreamProc proc, void* refCon)
         : mHardware(std::move(hardware)), mInput(input), mDevice(device), mDeviceInfo(info), mProc(proc),
@@ -206,7 +216,7 @@ public:
         return IsRunning() && mClock.Read(reading) ? reading.rateScalar : 0.0;
     }
 
-private:
+  private:
     static UInt32 Channels(const AudioDeviceInfo& info)
     {
         return std::max<UInt32>(1, info.inputChannels + info.outputChannels);
@@ -225,15 +235,15 @@ private:
     std::shared_ptr<PulseAudioHardware::Impl> mHardware;
     const bool mInput;
     const AudioDeviceID mDevice;
-    const AudioDeviceInfo mDeviceInfo;  // as it was when opened
+    const AudioDeviceInfo mDeviceInfo; // as it was when opened
     const AudioStreamProc mProc;
     void* const mRefCon;
     mutable std::mutex mFormatMutex;
     AudioStreamBasicDescription mClientFormat;
 
-    pa_stream* mStream = nullptr;  // under the loop lock
+    pa_stream* mStream = nullptr; // under the loop lock
     std::atomic<bool> mRunning{false};
-    std::atomic<bool> mEnded{false};  // the server ended it (device gone)
+    std::atomic<bool> mEnded{false}; // the server ended it (device gone)
 
     // Set in Start, used by the callbacks.
     Float64 mRate = 0.0;
@@ -244,9 +254,9 @@ private:
 
     // Callback state.
     DelayLockedLoop mLoop;
-    UInt64 mPosition = 0;      // frames counted (holes included)
-    UInt32 mFilled = 0;        // frames waiting in mBuffers
-    UInt64 mCallbackHost = 0;  // host time the current callback began
+    UInt64 mPosition = 0;     // frames counted (holes included)
+    UInt32 mFilled = 0;       // frames waiting in mBuffers
+    UInt64 mCallbackHost = 0; // host time the current callback began
     std::array<char, 64 * 4> mPartial{};
     UInt32 mPartialBytes = 0;
 
@@ -261,9 +271,14 @@ private:
 
 PulseAudioHardware::Impl::~Impl()
 {
-    notifier.reset();  // no listener may call in while the connection goes
+    notifier.reset(); // no listener may call in while the connection goes
     if (loop) {
         pa_threaded_mainloop_lock(loop);
+        closing = true;
+        if (reconnectTimer) {
+            pa_mainloop_api* api = pa_threaded_mainloop_get_api(loop);
+            api->time_free(reconnectTimer);
+        }
         if (context) {
             pa_context_set_state_callback(context, nullptr, nullptr);
             pa_context_set_subscribe_callback(context, nullptr, nullptr);
@@ -284,18 +299,8 @@ bool PulseAudioHardware::Impl::Open(std::chrono::milliseconds timeout, std::stri
         return false;
     }
     pa_threaded_mainloop_set_name(loop, "tolm-pulse");
-    pa_proplist* properties = pa_proplist_new();
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, kApplicationName);
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "org.tolm.AudioConverter");
-    context = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop), kApplicationName, properties);
-    pa_proplist_free(properties);
-    if (!context) {
-        error = "cannot create a server connection";
-        return false;
-    }
-    pa_context_set_state_callback(context, &OnContextState, this);
-    if (pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
-        error = pa_strerror(pa_context_errno(context));
+    if (!NewContext()) {
+        error = context ? pa_strerror(pa_context_errno(context)) : "cannot create a server connection";
         return false;
     }
     if (pa_threaded_mainloop_start(loop) < 0) {
@@ -310,14 +315,7 @@ bool PulseAudioHardware::Impl::Open(std::chrono::milliseconds timeout, std::stri
         pa_threaded_mainloop_lock(loop);
         const pa_context_state_t state = pa_context_get_state(context);
         if (state == PA_CONTEXT_READY) {
-            pa_context_set_subscribe_callback(context, &OnSubscription, this);
-            pa_operation* subscribe = pa_context_subscribe(
-                context,
-                pa_subscription_mask_t(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
-                                       PA_SUBSCRIPTION_MASK_SERVER),
-                nullptr, nullptr);
-            if (subscribe)
-                pa_operation_unref(subscribe);
+            Subscribe();
             connected = true;
             Refresh();
             pa_threaded_mainloop_unlock(loop);
@@ -336,6 +334,61 @@ bool PulseAudioHardware::Impl::Open(std::chrono::milliseconds timeout, std::stri
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+}
+
+// Under the loop lock (or on the loop thread).
+bool PulseAudioHardware::Impl::NewContext()
+{
+    if (context) {
+        pa_context_set_state_callback(context, nullptr, nullptr);
+        pa_context_set_subscribe_callback(context, nullptr, nullptr);
+        pa_context_disconnect(context);
+        pa_context_unref(context);
+    }
+    pa_proplist* properties = pa_proplist_new();
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, kApplicationName);
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "org.tolm.AudioConverter");
+    context = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop), kApplicationName, properties);
+    pa_proplist_free(properties);
+    if (!context)
+        return false;
+    pa_context_set_state_callback(context, &OnContextState, this);
+    return pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) >= 0;
+}
+
+void PulseAudioHardware::Impl::Subscribe()
+{
+    pa_context_set_subscribe_callback(context, &OnSubscription, this);
+    pa_operation* subscribe =
+        pa_context_subscribe(context,
+                             pa_subscription_mask_t(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
+                                                    PA_SUBSCRIPTION_MASK_SERVER),
+                             nullptr, nullptr);
+    if (subscribe)
+        pa_operation_unref(subscribe);
+}
+
+// On the loop thread. Desktop sound servers get restarted (an update, a crash); the program
+// comes back to the new one by itself. Its devices return with new ids, as after a replug.
+void PulseAudioHardware::Impl::ScheduleReconnect()
+{
+    if (reconnectTimer || closing)
+        return;
+    timeval when;
+    pa_gettimeofday(&when);
+    pa_timeval_add(&when, 1'000'000);
+    pa_mainloop_api* api = pa_threaded_mainloop_get_api(loop);
+    reconnectTimer = api->time_new(api, &when, &OnReconnectTimer, this);
+}
+
+void PulseAudioHardware::Impl::OnReconnectTimer(pa_mainloop_api* api, pa_time_event* event, const timeval*,
+                                                void* self)
+{
+    auto* impl = static_cast<Impl*>(self);
+    api->time_free(event);
+    impl->reconnectTimer = nullptr;
+    if (!impl->NewContext())
+        impl->ScheduleReconnect();
 }
 
 // Under the loop lock, from outside the loop.
@@ -457,8 +510,25 @@ void PulseAudioHardware::Impl::OnContextState(pa_context* context, void* self)
 {
     auto* impl = static_cast<Impl*>(self);
     const pa_context_state_t state = pa_context_get_state(context);
-    if (state == PA_CONTEXT_FAILED || state == PA_CONTEXT_TERMINATED)
+    // The first connection is made by Open; these are the server going and coming back.
+    if (impl->ready && state == PA_CONTEXT_READY) {
+        {
+            std::lock_guard lock(impl->cacheMutex);
+            impl->ids.clear(); // the new server numbers its devices afresh
+        }
+        impl->Subscribe();
+        impl->connected = true;
+        for (pa_operation* operation : {pa_context_get_server_info(context, &OnServerInfo, self),
+                                        pa_context_get_source_info_list(context, &OnSourceInfo, self),
+                                        pa_context_get_sink_info_list(context, &OnSinkInfo, self)})
+            if (operation)
+                pa_operation_unref(operation);
+    }
+    if (state == PA_CONTEXT_FAILED || state == PA_CONTEXT_TERMINATED) {
         impl->Lost();
+        if (impl->ready)
+            impl->ScheduleReconnect();
+    }
     pa_threaded_mainloop_signal(impl->loop, 0);
 }
 
@@ -498,8 +568,7 @@ void PulseAudioHardware::Impl::OnServerInfo(pa_context*, const pa_server_info* i
 namespace {
 
 // What both kinds of device share.
-template <typename Info>
-PulseAudioHardware::Impl::Entry MakeEntry(const Info& info, bool isSource)
+template <typename Info> PulseAudioHardware::Impl::Entry MakeEntry(const Info& info, bool isSource)
 {
     PulseAudioHardware::Impl::Entry entry;
     entry.isSource = isSource;
@@ -664,10 +733,9 @@ void PulseStream::OnState(pa_stream* stream, void* self)
 AudioTimeStamp PulseStream::StampAt(UInt64 position, UInt64 host) const
 {
     const bool locked = mLoop.Locked();
-    return AudioTimeStamp{Float64(position), locked ? mLoop.HostTimeAt(position) : host,
-                          locked ? mLoop.RateScalar() : 1.0,
-                          kAudioTimeStampSampleTimeValid | kAudioTimeStampHostTimeValid |
-                              kAudioTimeStampRateScalarValid};
+    return AudioTimeStamp{
+        Float64(position), locked ? mLoop.HostTimeAt(position) : host, locked ? mLoop.RateScalar() : 1.0,
+        kAudioTimeStampSampleTimeValid | kAudioTimeStampHostTimeValid | kAudioTimeStampRateScalarValid};
 }
 
 void PulseStream::PublishClock(UInt64 host)
@@ -781,7 +849,8 @@ void PulseStream::OnWrite(pa_stream* stream, size_t bytes, void* self)
         for (UInt32 c = 0; c < s->mChannels; ++c) {
             const float* from = s->mBuffers.Channel(c);
             for (UInt32 f = 0; f < frames; ++f)
-                std::memcpy(out + std::size_t(f) * s->mFrameBytes + c * sizeof(float), from + f, sizeof(float));
+                std::memcpy(out + std::size_t(f) * s->mFrameBytes + c * sizeof(float), from + f,
+                            sizeof(float));
         }
         const size_t written = size_t(frames) * s->mFrameBytes;
         pa_stream_write(stream, target, written, nullptr, 0, PA_SEEK_RELATIVE);
@@ -794,7 +863,8 @@ void PulseStream::OnWrite(pa_stream* stream, size_t bytes, void* self)
 
 // ---------------------------------------------------------------------------------------------
 
-std::shared_ptr<PulseAudioHardware> PulseAudioHardware::Connect(std::chrono::milliseconds timeout, std::string* error)
+std::shared_ptr<PulseAudioHardware> PulseAudioHardware::Connect(std::chrono::milliseconds timeout,
+                                                                std::string* error)
 {
     auto impl = std::make_shared<Impl>();
     std::string reason;
@@ -810,7 +880,10 @@ PulseAudioHardware::PulseAudioHardware(std::shared_ptr<Impl> impl) : mImpl(std::
 
 PulseAudioHardware::~PulseAudioHardware() = default;
 
-bool PulseAudioHardware::Connected() const { return mImpl->connected; }
+bool PulseAudioHardware::Connected() const
+{
+    return mImpl->connected;
+}
 
 void PulseAudioHardware::FlushNotifications()
 {
@@ -878,7 +951,10 @@ AudioHardware::ListenerId PulseAudioHardware::AddStreamFormatListener(AudioDevic
     return mImpl->notifier->AddStreamFormatListener(device, std::move(listener));
 }
 
-void PulseAudioHardware::RemoveListener(ListenerId id) { mImpl->notifier->RemoveListener(id); }
+void PulseAudioHardware::RemoveListener(ListenerId id)
+{
+    mImpl->notifier->RemoveListener(id);
+}
 
 OSStatus PulseAudioHardware::OpenInputStream(AudioDeviceID device, AudioStreamProc proc, void* refCon,
                                              std::unique_ptr<AudioStream>& stream)

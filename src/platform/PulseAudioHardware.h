@@ -13,12 +13,12 @@
 namespace Tolm::Platform {
 
 class PulseAudioHardware final : public AudioHardware {
-public:
+  public:
     // Connects to the server the environment names (PULSE_SERVER, else the user's session
     // server), never starting one. Null when none answers within `timeout`, with the reason
     // in `error`.
-    static std::shared_ptr<PulseAudioHardware> Connect(std::chrono::milliseconds timeout = std::chrono::seconds(2),
-                                                       std::string* error = nullptr);
+    static std::shared_ptr<PulseAudioHardware>
+    Connect(std::chrono::milliseconds timeout = std::chrono::seconds(2), std::string* error = nullptr);
     ~PulseAudioHardware() override;
 
     // False once the server has gone away; the device list is then empty.
@@ -41,7 +41,7 @@ public:
 
     struct Impl;
 
-private:
+  private:
     explicit PulseAudioHardware(std::shared_ptr<Impl> impl);
     // Shared with the streams, so that a stream outliving the hardware object stays safe.
     std::shared_ptr<Impl> mImpl;

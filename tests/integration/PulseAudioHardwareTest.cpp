@@ -1,14 +1,14 @@
+#include "platform/PulseAudioHardware.h"
+
 #include "PulseDaemon.h"
 #include "platform/AudioHardware.h"
 #include "platform/HostTime.h"
-#include "platform/PulseAudioHardware.h"
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <set>
 #include <thread>
 
@@ -18,8 +18,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-template <typename Predicate>
-bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 20s)
+template <typename Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 20s)
 {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!predicate()) {
@@ -47,7 +46,7 @@ struct Capture {
     std::atomic<int> wrongSampleTimes{0};
     std::atomic<int> wrongShapes{0};
     std::atomic<UInt32> largestBlock{0};
-    UInt32 limit = 0;  // BufferFrames()
+    UInt32 limit = 0; // BufferFrames()
 
     static OSStatus Proc(void* refCon, const AudioTimeStamp& time, UInt32 n, AudioBufferList* data)
     {
@@ -58,9 +57,11 @@ struct Capture {
         if (data->mNumberBuffers != 2 || n == 0 || n > self->limit ||
             data->mBuffers[0].mDataByteSize != n * sizeof(float))
             ++self->wrongShapes;
-        const std::size_t count = std::min<std::size_t>(n, self->left.size() - std::min(at, self->left.size()));
+        const std::size_t count =
+            std::min<std::size_t>(n, self->left.size() - std::min(at, self->left.size()));
         std::copy_n(static_cast<const float*>(data->mBuffers[0].mData), count, self->left.begin() + long(at));
-        std::copy_n(static_cast<const float*>(data->mBuffers[1].mData), count, self->right.begin() + long(at));
+        std::copy_n(static_cast<const float*>(data->mBuffers[1].mData), count,
+                    self->right.begin() + long(at));
         const std::size_t block = self->blocks.load(std::memory_order_relaxed);
         if (block < self->blockSizes.size())
             self->blockSizes[block] = n;
@@ -73,7 +74,7 @@ struct Capture {
 };
 
 class PulseAudioHardwareTest : public ::testing::Test {
-protected:
+  protected:
     static void SetUpTestSuite()
     {
         sDaemon = new PulseDaemon;
@@ -143,10 +144,10 @@ TEST_F(PulseAudioHardwareTest, ListsThePipeSourceAsAUsbInputAndTheNullSinkAsOutp
     ASSERT_TRUE(codec->usb.has_value());
     EXPECT_EQ(codec->usb->vendorId, 0x08bb);
     EXPECT_EQ(codec->usb->productId, 0x2902);
-    EXPECT_EQ(FindByName("USB Audio CODEC"), kAudioDeviceUnknown);  // no trimming
+    EXPECT_EQ(FindByName("USB Audio CODEC"), kAudioDeviceUnknown); // no trimming
 
     ASSERT_TRUE(speakers);
-    EXPECT_EQ(speakers->name, "Null Output");  // no product name: the description stands in
+    EXPECT_EQ(speakers->name, "Null Output"); // no product name: the description stands in
     EXPECT_EQ(speakers->inputChannels, 0u);
     EXPECT_FALSE(speakers->usb.has_value());
     EXPECT_EQ(mHardware->DefaultOutputDevice(), speakers->id);
@@ -173,7 +174,7 @@ TEST_F(PulseAudioHardwareTest, UnplugAndPlugRaiseDeviceSetNotifications)
     ASSERT_TRUE(sDaemon->UnloadPipeSource());
     ASSERT_TRUE(WaitUntil([&] { return changes >= 1; }));
     EXPECT_EQ(FindByName(PulseDaemon::kProductName), kAudioDeviceUnknown);
-    EXPECT_TRUE(listedDuringNotification);  // the null sink is still there
+    EXPECT_TRUE(listedDuringNotification); // the null sink is still there
     AudioDeviceInfo info;
     EXPECT_EQ(mHardware->GetDevice(before, info), kAudioHardwareBadDeviceError);
 
@@ -182,7 +183,7 @@ TEST_F(PulseAudioHardwareTest, UnplugAndPlugRaiseDeviceSetNotifications)
     ASSERT_TRUE(WaitUntil([&] { return changes > afterUnplug; }));
     const AudioDeviceID after = FindByName(PulseDaemon::kProductName);
     ASSERT_NE(after, kAudioDeviceUnknown);
-    EXPECT_NE(after, before);  // a new device, as after a replug
+    EXPECT_NE(after, before); // a new device, as after a replug
 
     mHardware->RemoveListener(listener);
     const int removed = changes;
@@ -291,7 +292,7 @@ TEST_F(PulseAudioHardwareTest, UnpluggingTheSourceEndsTheStreamAndNothingElseGet
 
     EXPECT_EQ(stream->Start(), kAudioHardwareBadDeviceError);
     EXPECT_EQ(stream->Stop(), noErr);
-    EXPECT_EQ(stream->Start(), kAudioHardwareBadDeviceError);  // the device is gone
+    EXPECT_EQ(stream->Start(), kAudioHardwareBadDeviceError); // the device is gone
     stream.reset();
 }
 
@@ -329,6 +330,40 @@ TEST_F(PulseAudioHardwareTest, OutputStreamIsAskedForBlocksAtItsSampleTimes)
     EXPECT_EQ(tone.wrongSampleTimes, 0);
     EXPECT_LE(tone.largestBlock, stream->BufferFrames());
     RecordProperty("largest_block", int(tone.largestBlock));
+}
+
+TEST_F(PulseAudioHardwareTest, ComesBackWhenTheServerIsRestarted)
+{
+    const AudioDeviceID before = FindByName(PulseDaemon::kProductName);
+    ASSERT_NE(before, kAudioDeviceUnknown);
+    Capture capture(48000);
+    std::unique_ptr<AudioStream> stream;
+    ASSERT_EQ(mHardware->OpenInputStream(before, &Capture::Proc, &capture, stream), noErr);
+    capture.limit = stream->BufferFrames();
+    ASSERT_EQ(stream->Start(), noErr);
+    std::atomic<int> changes{0};
+    mHardware->AddDeviceSetListener([&] { ++changes; });
+
+    ASSERT_TRUE(sDaemon->Restart()) << sDaemon->SkipReason();
+    ASSERT_TRUE(WaitUntil([&] { return !stream->IsRunning(); }));
+    ASSERT_TRUE(WaitUntil([&] {
+        return mHardware->Connected() && FindByName(PulseDaemon::kProductName) != kAudioDeviceUnknown;
+    }));
+    EXPECT_GE(changes, 1);
+    const AudioDeviceID after = FindByName(PulseDaemon::kProductName);
+    EXPECT_NE(after, before);
+    EXPECT_EQ(mHardware->DefaultInputDevice(), after);
+
+    // The old stream stays ended; a new one on the new device records.
+    EXPECT_EQ(stream->Stop(), noErr);
+    stream.reset();
+    Capture again(9600);
+    ASSERT_EQ(mHardware->OpenInputStream(after, &Capture::Proc, &again, stream), noErr);
+    again.limit = stream->BufferFrames();
+    ASSERT_EQ(stream->Start(), noErr);
+    sDaemon->Feed(&Signal, 9600, PulseDaemon::Pace::Unpaced);
+    ASSERT_TRUE(WaitUntil([&] { return again.frames >= 9600; }));
+    EXPECT_EQ(again.left[9599], Signal(9599, 0));
 }
 
 TEST_F(PulseAudioHardwareTest, TheProcessWideHardwareIsTheServerWhenOneAnswers)
