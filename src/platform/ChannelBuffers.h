@@ -14,14 +14,28 @@ namespace Tolm::Platform {
 
 inline AudioStreamBasicDescription NonInterleavedFloatFormat(Float64 rate, UInt32 channels)
 {
-    return {rate, kAudioFormatLinearPCM, kAudioFormatFlagsNativeFloatPacked | kAudioFormatFlagIsNonInterleaved,
-            4, 1, 4, channels, 32, 0};
+    return {rate,
+            kAudioFormatLinearPCM,
+            kAudioFormatFlagsNativeFloatPacked | kAudioFormatFlagIsNonInterleaved,
+            4,
+            1,
+            4,
+            channels,
+            32,
+            0};
 }
 
 inline AudioStreamBasicDescription InterleavedFloatFormat(Float64 rate, UInt32 channels)
 {
-    return {rate, kAudioFormatLinearPCM, kAudioFormatFlagsNativeFloatPacked, 4 * channels, 1, 4 * channels,
-            channels, 32, 0};
+    return {rate,
+            kAudioFormatLinearPCM,
+            kAudioFormatFlagsNativeFloatPacked,
+            4 * channels,
+            1,
+            4 * channels,
+            channels,
+            32,
+            0};
 }
 
 // What stream callbacks can be given: non-interleaved native Float32, one or more channels.
@@ -29,13 +43,13 @@ inline bool IsNonInterleavedFloat(const AudioStreamBasicDescription& f)
 {
     const AudioFormatFlags required = kAudioFormatFlagIsFloat | kAudioFormatFlagIsNonInterleaved;
     return f.mFormatID == kAudioFormatLinearPCM && (f.mFormatFlags & required) == required &&
-           !(f.mFormatFlags & kAudioFormatFlagIsBigEndian) && f.mBitsPerChannel == 32 && f.mBytesPerFrame == 4 &&
-           f.mChannelsPerFrame >= 1 && f.mChannelsPerFrame <= 64 && f.mSampleRate >= 1000.0 &&
-           f.mSampleRate <= 768000.0;
+           !(f.mFormatFlags & kAudioFormatFlagIsBigEndian) && f.mBitsPerChannel == 32 &&
+           f.mBytesPerFrame == 4 && f.mChannelsPerFrame >= 1 && f.mChannelsPerFrame <= 64 &&
+           f.mSampleRate >= 1000.0 && f.mSampleRate <= 768000.0;
 }
 
 class ChannelBuffers {
-public:
+  public:
     ChannelBuffers() : ChannelBuffers(0, 0) {}
     ChannelBuffers(UInt32 channels, UInt32 maxFrames)
         : mChannels(channels), mMaxFrames(maxFrames), mSamples(std::size_t(channels) * maxFrames),
@@ -68,7 +82,7 @@ public:
             std::fill_n(mPointers[c], frames, 0.0f);
     }
 
-private:
+  private:
     void SetFrames(UInt32 frames)
     {
         mList->mNumberBuffers = mChannels;

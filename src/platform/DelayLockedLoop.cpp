@@ -12,7 +12,7 @@ namespace {
 constexpr Float64 kMinScalar = 0.8;
 constexpr Float64 kMaxScalar = 1.25;
 // An error this large is a stall or a burst, not drift: start again from here.
-constexpr Float64 kRestartError = 250e6;  // ns
+constexpr Float64 kRestartError = 250e6; // ns
 // Bandwidth after a restart, narrowing as 1/t: kSettling Hz at one second, at most 4x that.
 constexpr Float64 kSettling = 0.5;
 
@@ -69,7 +69,8 @@ void DelayLockedLoop::Update(UInt64 hostTime, UInt64 position)
     const Float64 c = omega * omega;
     mTime = predicted + b * error;
     mPosition = position;
-    mPeriod = std::clamp(mPeriod + c * error / frames, mNominalPeriod / kMaxScalar, mNominalPeriod / kMinScalar);
+    mPeriod =
+        std::clamp(mPeriod + c * error / frames, mNominalPeriod / kMaxScalar, mNominalPeriod / kMinScalar);
     ++mUpdates;
 
     // Keep the filtered time small so doubles keep their nanoseconds over long recordings.

@@ -10,7 +10,7 @@
 namespace Tolm::Platform {
 
 class DelayLockedLoop {
-public:
+  public:
     // `bandwidth` in Hz: lower is smoother and slower to follow. After a (re)start the loop
     // runs wide and narrows down to it, so it settles quickly and then stays calm.
     explicit DelayLockedLoop(Float64 nominalRate, Float64 bandwidth = 0.05);
@@ -29,16 +29,16 @@ public:
     UInt64 HostTimeAt(UInt64 position) const;
     UInt32 Resets() const { return mResets; }
 
-private:
+  private:
     void Restart(UInt64 hostTime, UInt64 position);
 
-    Float64 mNominalPeriod;  // ns per frame
+    Float64 mNominalPeriod; // ns per frame
     Float64 mBandwidth;
-    Float64 mPeriod;         // ns per frame, estimated
-    UInt64 mOrigin = 0;      // host time the filtered times are relative to
-    Float64 mTime = 0.0;     // filtered time of mPosition, ns after mOrigin
+    Float64 mPeriod;     // ns per frame, estimated
+    UInt64 mOrigin = 0;  // host time the filtered times are relative to
+    Float64 mTime = 0.0; // filtered time of mPosition, ns after mOrigin
     UInt64 mPosition = 0;
-    Float64 mElapsedFrames = 0.0;  // since the last restart
+    Float64 mElapsedFrames = 0.0; // since the last restart
     UInt32 mUpdates = 0;
     UInt32 mResets = 0;
 };

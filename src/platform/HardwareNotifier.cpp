@@ -65,9 +65,15 @@ void HardwareNotifier::Post(Event event)
     mWake.notify_one();
 }
 
-void HardwareNotifier::DeviceSetChanged() { Post({true, kAudioDeviceUnknown}); }
+void HardwareNotifier::DeviceSetChanged()
+{
+    Post({true, kAudioDeviceUnknown});
+}
 
-void HardwareNotifier::StreamFormatChanged(AudioDeviceID device) { Post({false, device}); }
+void HardwareNotifier::StreamFormatChanged(AudioDeviceID device)
+{
+    Post({false, device});
+}
 
 void HardwareNotifier::Flush()
 {

@@ -17,7 +17,7 @@
 namespace Tolm::Platform {
 
 class HardwareNotifier {
-public:
+  public:
     using ListenerId = AudioHardware::ListenerId;
 
     HardwareNotifier();
@@ -38,7 +38,7 @@ public:
     void Flush();
     bool OnNotificationThread() const { return std::this_thread::get_id() == mThread.get_id(); }
 
-private:
+  private:
     struct Listener {
         bool deviceSet = true;
         AudioDeviceID device = kAudioDeviceUnknown;
@@ -54,8 +54,8 @@ private:
     void Run();
 
     mutable std::mutex mMutex;
-    std::condition_variable mWake;      // events queued, or stop
-    std::condition_variable mProgress;  // a listener returned or an event was done
+    std::condition_variable mWake;     // events queued, or stop
+    std::condition_variable mProgress; // a listener returned or an event was done
     std::map<ListenerId, Listener> mListeners;
     std::deque<Event> mQueue;
     ListenerId mNextId = 1;

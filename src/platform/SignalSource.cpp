@@ -1,16 +1,15 @@
 #include "platform/SignalSource.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <chrono>
+#include <sndfile.h>
 #include <stdexcept>
 
 namespace Tolm::Platform {
 namespace {
 
 class FunctionSource final : public SignalSource {
-public:
+  public:
     explicit FunctionSource(std::function<float(UInt64, UInt32)> f) : mFunction(std::move(f)) {}
 
     UInt32 Render(float* const* channels, UInt32 channelCount, UInt32 frames) override
@@ -22,13 +21,13 @@ public:
         return frames;
     }
 
-private:
+  private:
     std::function<float(UInt64, UInt32)> mFunction;
     UInt64 mFrame = 0;
 };
 
 class BufferSource final : public SignalSource {
-public:
+  public:
     BufferSource(std::vector<float> interleaved, UInt32 channels)
         : mSamples(std::move(interleaved)), mChannels(std::max<UInt32>(channels, 1)),
           mFrames(mSamples.size() / mChannels)
@@ -49,7 +48,7 @@ public:
         return n;
     }
 
-private:
+  private:
     std::vector<float> mSamples;
     UInt32 mChannels;
     UInt64 mFrames;
@@ -69,7 +68,8 @@ struct SoundFileSource::File {
     }
 };
 
-SoundFileSource::SoundFileSource(const std::string& path, bool loop) : mFile(std::make_unique<File>()), mLoop(loop)
+SoundFileSource::SoundFileSource(const std::string& path, bool loop)
+    : mFile(std::make_unique<File>()), mLoop(loop)
 {
     SF_INFO info{};
     mFile->handle = sf_open(path.c_str(), SFM_READ, &info);
@@ -151,7 +151,7 @@ UInt32 SoundFileSource::Render(float* const* channels, UInt32 channelCount, UInt
     mRead.store(read + n, std::memory_order_release);
     if (n < frames && !ended) {
         mUnderruns.fetch_add(1, std::memory_order_relaxed);
-        return frames;  // a gap, not the end
+        return frames; // a gap, not the end
     }
     return n;
 }

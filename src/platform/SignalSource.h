@@ -16,7 +16,7 @@ namespace Tolm::Platform {
 // A sound file played through a ring that a reader thread keeps about two seconds ahead, so
 // Render never waits for the disk. Throws std::runtime_error when the file cannot be opened.
 class SoundFileSource final : public SignalSource {
-public:
+  public:
     explicit SoundFileSource(const std::string& path, bool loop = false);
     ~SoundFileSource() override;
 
@@ -24,7 +24,10 @@ public:
     UInt32 Channels() const { return mChannels; }
     UInt64 Frames() const { return mFrames; }
     // Frames read ahead and not yet rendered.
-    UInt64 Buffered() const { return mWritten.load(std::memory_order_acquire) - mRead.load(std::memory_order_acquire); }
+    UInt64 Buffered() const
+    {
+        return mWritten.load(std::memory_order_acquire) - mRead.load(std::memory_order_acquire);
+    }
     // True once the whole file has been read ahead (never for a looping one).
     bool ReadToEnd() const { return mEnded.load(std::memory_order_acquire); }
     // Blocks that found the ring short before the end of the file (the reader fell behind).
@@ -32,9 +35,9 @@ public:
 
     UInt32 Render(float* const* channels, UInt32 channelCount, UInt32 frames) override;
 
-private:
+  private:
     void ReadAhead();
-    bool Fill();  // false at the end of a file that does not loop
+    bool Fill(); // false at the end of a file that does not loop
 
     struct File;
     std::unique_ptr<File> mFile;
@@ -45,7 +48,7 @@ private:
 
     // Single producer (reader thread), single consumer (Render); positions in frames.
     std::vector<float> mRing;
-    UInt64 mCapacity = 0;  // frames, a power of two
+    UInt64 mCapacity = 0; // frames, a power of two
     std::atomic<UInt64> mWritten{0};
     std::atomic<UInt64> mRead{0};
     std::atomic<bool> mEnded{false};

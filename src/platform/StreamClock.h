@@ -10,9 +10,9 @@
 namespace Tolm::Platform {
 
 class StreamClock {
-public:
+  public:
     struct Reading {
-        Float64 sampleTime = 0.0;  // frames at `hostTime`
+        Float64 sampleTime = 0.0; // frames at `hostTime`
         UInt64 hostTime = 0;
         Float64 rateScalar = 1.0;
     };
@@ -58,7 +58,7 @@ public:
         }
     }
 
-private:
+  private:
     std::atomic<UInt32> mSequence{0};
     std::atomic<bool> mValid{false};
     std::atomic<Float64> mSampleTime{0.0};

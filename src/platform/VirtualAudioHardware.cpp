@@ -32,7 +32,7 @@ class VirtualStream;
 // so making a block takes no lock.
 struct VirtualDevice {
     AudioDeviceID id = 0;
-    VirtualDeviceSpec spec;  // name and layout; the rate lives in sampleRate
+    VirtualDeviceSpec spec; // name and layout; the rate lives in sampleRate
     std::shared_ptr<SignalSource> source;
     std::atomic<Float64> sampleRate{44100.0};
     std::atomic<Float64> rateScalar{1.0};
@@ -46,7 +46,7 @@ struct VirtualDevice {
 
     // Owned by whichever thread makes blocks.
     UInt64 sampleTime = 0;
-    Float64 hostTime = 0.0;  // ns, of the next block's first frame
+    Float64 hostTime = 0.0; // ns, of the next block's first frame
     bool inHole = false;
     ChannelBuffers input;
     ChannelBuffers mix;
@@ -73,7 +73,7 @@ struct VirtualDevice {
 };
 
 class VirtualStream final : public AudioStream {
-public:
+  public:
     VirtualStream(std::shared_ptr<VirtualDevice> device, bool input, AudioStreamProc proc, void* refCon)
         : mDevice(std::move(device)), mInput(input), mProc(proc), mRefCon(refCon)
     {
@@ -207,7 +207,7 @@ public:
         }
     }
 
-private:
+  private:
     UInt32 DeviceChannels() const
     {
         return mInput ? mDevice->spec.inputChannels : mDevice->spec.outputChannels;
@@ -230,7 +230,7 @@ private:
 void VirtualDevice::WaitForPass()
 {
     if (deliveringThread.load() == std::this_thread::get_id())
-        return;  // stopped from inside a callback of this very block
+        return; // stopped from inside a callback of this very block
     if (!delivering.load())
         return;
     const UInt64 pass = passes.load();
@@ -247,10 +247,9 @@ void VirtualDevice::MakeBlock(UInt32 frames)
     const Float64 scalar = rateScalar.load(std::memory_order_relaxed);
     const Float64 nanosPerFrame = 1e9 / (rate * scalar);
     auto stampAt = [&](UInt32 offset) {
-        return AudioTimeStamp{Float64(sampleTime + offset), UInt64(std::llround(hostTime + offset * nanosPerFrame)),
-                              scalar,
-                              kAudioTimeStampSampleTimeValid | kAudioTimeStampHostTimeValid |
-                                  kAudioTimeStampRateScalarValid};
+        return AudioTimeStamp{
+            Float64(sampleTime + offset), UInt64(std::llround(hostTime + offset * nanosPerFrame)), scalar,
+            kAudioTimeStampSampleTimeValid | kAudioTimeStampHostTimeValid | kAudioTimeStampRateScalarValid};
     };
 
     if (IsInput()) {
@@ -351,7 +350,7 @@ struct VirtualAudioHardware::Impl {
     std::map<AudioDeviceID, std::shared_ptr<VirtualDevice>> devices;
     AudioDeviceID defaultInput = kAudioDeviceUnknown;
     AudioDeviceID defaultOutput = kAudioDeviceUnknown;
-    std::map<ListenerId, ListenerId> backingListeners;  // ours -> the backing hardware's
+    std::map<ListenerId, ListenerId> backingListeners; // ours -> the backing hardware's
     ListenerId nextBackingListener = kBackingListenerBase;
     ListenerId backingDeviceSetListener = 0;
 
@@ -404,7 +403,8 @@ VirtualAudioHardware::~VirtualAudioHardware()
         Impl::Shut(*device);
 }
 
-AudioDeviceID VirtualAudioHardware::AddDevice(const VirtualDeviceSpec& spec, std::shared_ptr<SignalSource> source)
+AudioDeviceID VirtualAudioHardware::AddDevice(const VirtualDeviceSpec& spec,
+                                              std::shared_ptr<SignalSource> source)
 {
     TOLM_ASSERT(spec.inputChannels > 0 || spec.outputChannels > 0);
     TOLM_ASSERT(spec.bufferFrames > 0 && spec.sampleRate > 0.0);

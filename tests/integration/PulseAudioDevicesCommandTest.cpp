@@ -2,9 +2,8 @@
 
 #include "PulseDaemon.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
+#include <gtest/gtest.h>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -60,7 +59,7 @@ TEST(PulseAudioDevicesCommand, ShowsExactNamesUsbIdsAndDefaults)
     ASSERT_EQ(result.status, 0);
     const std::string* codec = LineWith(result, "\"USB Audio CODEC \"");
     ASSERT_TRUE(codec) << "the name keeps its trailing blank inside the quotes";
-    EXPECT_EQ(codec->substr(0, 4), "  * ");  // the server's default source
+    EXPECT_EQ(codec->substr(0, 4), "  * "); // the server's default source
     EXPECT_NE(codec->find("USB Audio CODEC Analog Stereo"), std::string::npos);
     EXPECT_NE(codec->find(" 2 "), std::string::npos);
     EXPECT_NE(codec->find("48000 Hz"), std::string::npos);

@@ -1,21 +1,20 @@
 #include "platform/DelayLockedLoop.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <random>
 
 using Tolm::Platform::DelayLockedLoop;
 
 namespace {
 
-constexpr UInt64 kStart = 5'000'000'000'000ull;  // a host clock that has run for a while
+constexpr UInt64 kStart = 5'000'000'000'000ull; // a host clock that has run for a while
 
 // A device running at `rate` (frames per second of host time), reporting blocks of
 // `blockFrames(i)` frames whose arrival jitters by up to `jitterNs` late.
 template <typename BlockFrames>
 void Simulate(DelayLockedLoop& loop, double rate, double seconds, double jitterNs, BlockFrames blockFrames,
-         UInt64* position = nullptr, double* lastTrueTime = nullptr)
+              UInt64* position = nullptr, double* lastTrueTime = nullptr)
 {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> jitter(0.0, jitterNs);
@@ -60,7 +59,8 @@ TEST(DelayLockedLoop, HostTimeOfAPositionFollowsTheTrueClock)
     DelayLockedLoop loop(48000.0);
     UInt64 position = 0;
     double trueTime = 0.0;
-    Simulate(loop, 48000.0 * 1.0001, 30.0, 1e6, [](int) { return 512u; }, &position, &trueTime);
+    Simulate(
+        loop, 48000.0 * 1.0001, 30.0, 1e6, [](int) { return 512u; }, &position, &trueTime);
     // Arrivals are late by 0.5 ms on average: the line sits within about that of the truth.
     const double estimated = double(loop.HostTimeAt(position)) - double(kStart);
     EXPECT_NEAR(estimated, trueTime, 1.5e6);
@@ -73,12 +73,14 @@ TEST(DelayLockedLoop, RestartsAfterAStallAndIgnoresBursts)
     DelayLockedLoop loop(48000.0);
     UInt64 position = 0;
     double trueTime = 0.0;
-    Simulate(loop, 48000.0, 5.0, 1e6, [](int) { return 480u; }, &position, &trueTime);
+    Simulate(
+        loop, 48000.0, 5.0, 1e6, [](int) { return 480u; }, &position, &trueTime);
     EXPECT_EQ(loop.Resets(), 0u);
 
     // Nothing for two seconds (a stalled server), then on as before.
     trueTime += 2e9;
-    Simulate(loop, 48000.0, 10.0, 1e6, [](int) { return 480u; }, &position, &trueTime);
+    Simulate(
+        loop, 48000.0, 10.0, 1e6, [](int) { return 480u; }, &position, &trueTime);
     EXPECT_EQ(loop.Resets(), 1u);
     EXPECT_NEAR(loop.RateScalar(), 1.0, 1e-4);
 

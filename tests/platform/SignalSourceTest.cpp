@@ -1,11 +1,10 @@
 #include "platform/SignalSource.h"
 
-#include <gtest/gtest.h>
-#include <sndfile.h>
-
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <gtest/gtest.h>
+#include <sndfile.h>
 #include <thread>
 #include <unistd.h>
 
@@ -24,7 +23,7 @@ struct Block {
 };
 
 class TemporaryWav {
-public:
+  public:
     TemporaryWav(int rate, int channels, sf_count_t frames)
         : mPath((std::filesystem::temp_directory_path() /
                  ("signal-source-" + std::to_string(getpid()) + "-" + std::to_string(frames) + ".wav"))
@@ -46,9 +45,12 @@ public:
     const std::string& Path() const { return mPath; }
 
     // Exactly representable, different per frame and channel.
-    static float Sample(UInt64 frame, UInt32 channel) { return float(frame % 100000) / 131072.0f * (channel ? -1 : 1); }
+    static float Sample(UInt64 frame, UInt32 channel)
+    {
+        return float(frame % 100000) / 131072.0f * (channel ? -1 : 1);
+    }
 
-private:
+  private:
     std::string mPath;
 };
 
@@ -70,7 +72,7 @@ TEST(SignalSource, BufferPlaysOnceThenSilenceAndFillsExtraChannels)
     EXPECT_EQ(source->Render(block.pointers.data(), 3, 2), 2u);
     EXPECT_EQ(block.samples[0], (std::vector<float>{1, 2}));
     EXPECT_EQ(block.samples[1], (std::vector<float>{-1, -2}));
-    EXPECT_EQ(block.samples[2], (std::vector<float>{-1, -2}));  // repeats the last channel
+    EXPECT_EQ(block.samples[2], (std::vector<float>{-1, -2})); // repeats the last channel
     EXPECT_EQ(source->Render(block.pointers.data(), 3, 2), 1u);
     EXPECT_EQ(block.samples[0], (std::vector<float>{3, 0}));
     EXPECT_EQ(source->Render(block.pointers.data(), 3, 2), 0u);
@@ -79,7 +81,8 @@ TEST(SignalSource, BufferPlaysOnceThenSilenceAndFillsExtraChannels)
 
 TEST(SignalSource, FunctionCountsFramesAcrossBlocks)
 {
-    auto source = MakeFunctionSource([](UInt64 frame, UInt32 channel) { return float(frame * 10 + channel); });
+    auto source =
+        MakeFunctionSource([](UInt64 frame, UInt32 channel) { return float(frame * 10 + channel); });
     Block block(2, 3);
     source->Render(block.pointers.data(), 2, 3);
     EXPECT_EQ(source->Render(block.pointers.data(), 2, 3), 3u);

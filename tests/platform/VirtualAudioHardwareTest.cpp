@@ -1,10 +1,10 @@
-#include "platform/HostTime.h"
 #include "platform/VirtualAudioHardware.h"
 
-#include <gtest/gtest.h>
+#include "platform/HostTime.h"
 
 #include <atomic>
 #include <chrono>
+#include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
 
@@ -13,8 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-template <typename Predicate>
-bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 10s)
+template <typename Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 10s)
 {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!predicate()) {
@@ -51,7 +50,10 @@ struct Recording {
 };
 
 // Left channel counts frames, right channel counts them negated.
-float Ramp(UInt64 frame, UInt32 channel) { return channel == 0 ? float(frame) : -float(frame); }
+float Ramp(UInt64 frame, UInt32 channel)
+{
+    return channel == 0 ? float(frame) : -float(frame);
+}
 
 VirtualDeviceSpec Turntable()
 {
@@ -102,7 +104,7 @@ TEST(VirtualAudioHardware, ListsDevicesWithTheirPropertiesAndDefaults)
     EXPECT_EQ(devices[0].safetyOffsetFrames, 32u);
     EXPECT_EQ(devices[0].bufferFrames, 256u);
     EXPECT_EQ(devices[0].usb, (UsbIdentity{0x08bb, 0x2902}));
-    EXPECT_EQ(devices[1].description, "Speakers");  // defaults to the name
+    EXPECT_EQ(devices[1].description, "Speakers"); // defaults to the name
     EXPECT_FALSE(devices[1].usb.has_value());
     EXPECT_EQ(hardware.DefaultInputDevice(), input);
     EXPECT_EQ(hardware.DefaultOutputDevice(), output);
@@ -111,8 +113,10 @@ TEST(VirtualAudioHardware, ListsDevicesWithTheirPropertiesAndDefaults)
     EXPECT_EQ(hardware.GetDevice(kAudioDeviceUnknown, info), kAudioHardwareBadDeviceError);
     std::unique_ptr<AudioStream> stream;
     Recording recording;
-    EXPECT_EQ(hardware.OpenInputStream(output, &Recording::Proc, &recording, stream), kAudioHardwareBadDeviceError);
-    EXPECT_EQ(hardware.OpenOutputStream(input, &Recording::Proc, &recording, stream), kAudioHardwareBadDeviceError);
+    EXPECT_EQ(hardware.OpenInputStream(output, &Recording::Proc, &recording, stream),
+              kAudioHardwareBadDeviceError);
+    EXPECT_EQ(hardware.OpenOutputStream(input, &Recording::Proc, &recording, stream),
+              kAudioHardwareBadDeviceError);
 
     hardware.RemoveDevice(input);
     EXPECT_EQ(hardware.DefaultInputDevice(), kAudioDeviceUnknown);
@@ -134,7 +138,7 @@ TEST(VirtualAudioHardware, InputStreamsShareTheDeviceClockAndSignal)
 
     AudioTimeStamp now{};
     EXPECT_EQ(a->GetCurrentTime(now), kAudioHardwareNotRunningError);
-    hardware.Pump(id, 100);  // before either runs: lost to both
+    hardware.Pump(id, 100); // before either runs: lost to both
     ASSERT_EQ(a->Start(), noErr);
     ASSERT_EQ(b->Start(), noErr);
     hardware.Pump(id, 1000);
@@ -171,7 +175,7 @@ TEST(VirtualAudioHardware, HoleAdvancesSampleTimeAndIsCounted)
     ASSERT_EQ(stream->Start(), noErr);
 
     hardware.Pump(id, 256);
-    hardware.InjectHole(id, 300);  // more than one block
+    hardware.InjectHole(id, 300); // more than one block
     hardware.Pump(id, 1024);
 
     EXPECT_EQ(recording.blockFrames, (std::vector<UInt32>{256, 212, 256, 256}));
@@ -216,7 +220,7 @@ TEST(VirtualAudioHardware, OutputStreamsAreMixedIntoCapturedOutput)
     ASSERT_EQ(hardware.OpenOutputStream(id, &Writer::Proc, &one, a), noErr);
     ASSERT_EQ(hardware.OpenOutputStream(id, &Writer::Proc, &two, b), noErr);
     hardware.SetCaptureOutput(id, true);
-    hardware.Pump(id, 10);  // nothing plays yet: silence
+    hardware.Pump(id, 10); // nothing plays yet: silence
     ASSERT_EQ(a->Start(), noErr);
     hardware.Pump(id, 200);
     ASSERT_EQ(b->Start(), noErr);
@@ -331,7 +335,7 @@ TEST(VirtualAudioHardware, ListenersMayRemoveThemselvesAndRemovalWaitsForARunnin
         ++selfRemoving;
         hardware.RemoveListener(self);
         hardware.AddDeviceSetListener([&] { ++added; });
-        hardware.Devices();  // calling back in is fine
+        hardware.Devices(); // calling back in is fine
     });
     ready = true;
     hardware.AddDevice(Speakers());

@@ -3,7 +3,6 @@
 
 #include "Command.h"
 #include "CommandLine.h"
-
 #include "platform/AudioHardware.h"
 #include "platform/VirtualAudioHardware.h"
 
@@ -62,7 +61,8 @@ std::string Rate(double rate)
     return text;
 }
 
-void PrintSection(const char* title, const std::vector<AudioDeviceInfo>& devices, bool input, AudioDeviceID defaultId)
+void PrintSection(const char* title, const std::vector<AudioDeviceInfo>& devices, bool input,
+                  AudioDeviceID defaultId)
 {
     std::vector<const AudioDeviceInfo*> shown;
     for (const auto& device : devices)
@@ -92,8 +92,9 @@ void PrintSection(const char* title, const std::vector<AudioDeviceInfo>& devices
         std::snprintf(columns, sizeof columns, "%8u  %9s", input ? d->inputChannels : d->outputChannels,
                       Rate(d->nominalSampleRate).c_str());
         std::string line = std::string("  ") + (d->id == defaultId ? '*' : ' ') + ' ' +
-                           Padded(std::to_string(d->id), idWidth) + "  " + Padded(Quoted(d->name), nameWidth) +
-                           "  " + Padded(Printable(d->description), descriptionWidth) + "  " + columns + "  " + usb;
+                           Padded(std::to_string(d->id), idWidth) + "  " +
+                           Padded(Quoted(d->name), nameWidth) + "  " +
+                           Padded(Printable(d->description), descriptionWidth) + "  " + columns + "  " + usb;
         while (line.back() == ' ')
             line.pop_back();
         std::printf("%s\n", line.c_str());
@@ -113,7 +114,8 @@ int RunDevices(const std::vector<std::string>& args)
 
     Platform::AudioHardware& hardware = Platform::Hardware();
     if (dynamic_cast<Platform::VirtualAudioHardware*>(&hardware))
-        std::fprintf(stderr, "tolm-convert devices: no sound server answers; only a null output is available\n");
+        std::fprintf(stderr,
+                     "tolm-convert devices: no sound server answers; only a null output is available\n");
     const auto devices = hardware.Devices();
     PrintSection("Input devices", devices, true, hardware.DefaultInputDevice());
     std::printf("\n");
