@@ -57,11 +57,6 @@ std::optional<UInt16> ParseHexId(const char* text)
     return UInt16(value);
 }
 
-UInt32 UsecToFrames(pa_usec_t usec, UInt32 rate)
-{
-    return UInt32((usec * rate + 500000) / 1000000);
-}
-
 } // namespace
 
 UInt32 PulseBufferFrames(Float64 sampleRate)
@@ -582,8 +577,11 @@ template <typename Info> PulseAudioHardware::Impl::Entry MakeEntry(const Info& i
     (isSource ? d.inputChannels : d.outputChannels) = info.sample_spec.channels;
     d.nominalSampleRate = info.sample_spec.rate;
     d.actualSampleRate = info.sample_spec.rate;
+    // The latency our streams ask for, not the device's idle latency (the server runs an idle
+    // device with buffers of seconds and shrinks them once a stream wants less): a block in
+    // the server (a source fragment, the sink's share of two queued blocks), a block with us.
     d.bufferFrames = PulseBufferFrames(info.sample_spec.rate);
-    d.safetyOffsetFrames = UsecToFrames(info.latency, info.sample_spec.rate);
+    d.safetyOffsetFrames = d.bufferFrames;
     const char* bus = pa_proplist_gets(info.proplist, PA_PROP_DEVICE_BUS);
     if (bus && std::strcmp(bus, "usb") == 0) {
         const auto vendor = ParseHexId(pa_proplist_gets(info.proplist, PA_PROP_DEVICE_VENDOR_ID));

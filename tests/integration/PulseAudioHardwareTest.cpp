@@ -141,6 +141,7 @@ TEST_F(PulseAudioHardwareTest, ListsThePipeSourceAsAUsbInputAndTheNullSinkAsOutp
     EXPECT_EQ(codec->outputChannels, 0u);
     EXPECT_EQ(codec->nominalSampleRate, 48000.0);
     EXPECT_EQ(codec->bufferFrames, 512u);
+    EXPECT_EQ(codec->safetyOffsetFrames, 512u);
     ASSERT_TRUE(codec->usb.has_value());
     EXPECT_EQ(codec->usb->vendorId, 0x08bb);
     EXPECT_EQ(codec->usb->productId, 0x2902);
