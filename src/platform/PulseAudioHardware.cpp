@@ -620,6 +620,9 @@ OSStatus PulseStream::Start()
 {
     if (mStream)
         return mEnded ? kAudioHardwareBadDeviceError : noErr;
+    // Connecting waits for the event loop, which a callback holds.
+    if (pa_threaded_mainloop_in_thread(mHardware->loop))
+        return kAudioHardwareIllegalOperationError;
     if (!mHardware->connected)
         return kAudioHardwareNotRunningError;
 

@@ -371,9 +371,10 @@ TEST(VirtualAudioHardware, RealTimeDevicePacesBlocksAndCanBeStoppedFromItsCallba
     const UInt64 started = AudioGetCurrentHostTime();
     ASSERT_EQ(stream->Start(), noErr);
     ASSERT_TRUE(WaitUntil([&] { return recording.frames >= 4800; }));
+    const double frames = double(recording.frames);
     const double elapsed = double(AudioGetCurrentHostTime() - started) * 1e-9;
     // Paced, not as fast as it can: never more than what the time allowed, plus one block.
-    EXPECT_LE(double(recording.frames), elapsed * 48000.0 + 256.0);
+    EXPECT_LE(frames, elapsed * 48000.0 + 256.0);
     AudioTimeStamp now{};
     ASSERT_EQ(stream->GetCurrentTime(now), noErr);
     ASSERT_EQ(stream->Stop(), noErr);
