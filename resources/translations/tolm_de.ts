@@ -217,7 +217,7 @@
     </message>
     <message>
         <source>IDS_TAB7_TEXT</source>
-        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Geben Sie Interpret, Album und einen Namen für jeden Titel ein. Ein Titel ohne Namen heißt „Unbekannter Titel“.&lt;/p&gt;</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Ein Titel ohne Namen heißt „Unbekannter Titel“.&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB8_TITLE</source>

@@ -217,7 +217,7 @@
     </message>
     <message>
         <source>IDS_TAB7_TEXT</source>
-        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Type the artist, the album and a name for each track. A track left without a name is called “Unknown Track”.&lt;/p&gt;</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;A track without a name is called “Unknown Track”.&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB8_TITLE</source>

@@ -63,9 +63,22 @@ def record(cx, cy, r, label='#e8893a', label2='#c86d22'):
             f'<circle cx="{cx}" cy="{cy}" r="{max(1.5, r * 0.045):.1f}" fill="#14171c"/>')
 
 
+def header_path():
+    # The body's top with its rounded corners, down to the header's lower edge.
+    x0, y0, x1, r = 0.5, BODY_TOP + 0.5, W - 0.5, RADIUS
+    return (f'M{x0},{HEADER_BOTTOM} V{y0 + r} A{r},{r} 0 0 1 {x0 + r},{y0} H{x1 - r} '
+            f'A{r},{r} 0 0 1 {x1},{y0 + r} V{HEADER_BOTTOM} Z')
+
+
+def bar_path():
+    x0, x1, y1, r = 0.5, W - 0.5, H - 0.5, RADIUS
+    return (f'M{x0},{BAR_TOP} H{x1} V{y1 - r} A{r},{r} 0 0 1 {x1 - r},{y1} H{x0 + r} '
+            f'A{r},{r} 0 0 1 {x0},{y1 - r} Z')
+
+
 def background(name, header, accent='', extra=''):
-    defs = (f'<clipPath id="body"><path d="{body_path()}"/></clipPath>'
-            '<linearGradient id="paper" x1="0" y1="0" x2="0" y2="1">'
+    # The SVG renderer knows no clipping, so every part is drawn in the body's own shape.
+    defs = ('<linearGradient id="paper" x1="0" y1="0" x2="0" y2="1">'
             '<stop offset="0" stop-color="#fcfbf9"/><stop offset="1" stop-color="#f2f0ec"/></linearGradient>'
             f'<linearGradient id="head" x1="0" y1="0" x2="0" y2="1">'
             f'<stop offset="0" stop-color="{header[0]}"/><stop offset="1" stop-color="{header[1]}"/></linearGradient>'
@@ -76,18 +89,16 @@ def background(name, header, accent='', extra=''):
             '<stop offset="0" stop-color="#ece9e4"/><stop offset="1" stop-color="#e4e0da"/></linearGradient>')
     cx, cy, r = DISC
     body = (f'<path d="{body_path()}" fill="url(#paper)"/>'
-            '<g clip-path="url(#body)">'
-            f'<rect x="0" y="0" width="{W}" height="{HEADER_BOTTOM}" fill="url(#head)"/>'
-            f'<rect x="0" y="{HEADER_BOTTOM}" width="{W}" height="7" fill="url(#headshade)"/>'
-            f'<rect x="0" y="{BODY_TOP + 1}" width="{W}" height="1" fill="#ffffff" opacity="0.10"/>'
+            f'<path d="{header_path()}" fill="url(#head)"/>'
+            f'<rect x="1" y="{HEADER_BOTTOM}" width="{W - 2}" height="7" fill="url(#headshade)"/>'
+            f'<rect x="{RADIUS}" y="{BODY_TOP + 1}" width="{W - 2 * RADIUS}" height="1" fill="#ffffff" opacity="0.10"/>'
             f'{accent}'
-            f'<rect x="0" y="{BAR_TOP}" width="{W}" height="{H - BAR_TOP}" fill="url(#bar)"/>'
-            f'<rect x="0" y="{BAR_TOP}" width="{W}" height="1" fill="#d6d1ca"/>'
-            f'<rect x="0" y="{BAR_TOP + 1}" width="{W}" height="1" fill="#ffffff" opacity="0.8"/>'
-            '</g>'
+            f'<path d="{bar_path()}" fill="url(#bar)"/>'
+            f'<rect x="1" y="{BAR_TOP}" width="{W - 2}" height="1" fill="#d6d1ca"/>'
+            f'<rect x="1" y="{BAR_TOP + 1}" width="{W - 2}" height="1" fill="#ffffff" opacity="0.8"/>'
             f'<path d="{body_path()}" fill="none" stroke="#000000" stroke-opacity="0.22" stroke-width="1"/>'
             f'{extra}'
-            f'<circle cx="{cx}" cy="{cy}" r="{r + 3}" fill="#000000" opacity="0.18"/>'
+            f'<circle cx="{cx}" cy="{cy + 1.5}" r="{r + 2.5}" fill="#000000" opacity="0.20"/>'
             f'{record(cx, cy, r)}')
     write(name, svg(W, H, body, defs))
 
@@ -104,16 +115,16 @@ def meter_well():
 def backgrounds():
     background('dlg_PlainBackgroundWithButtons', ('#394657', '#28333f'))
     background('dlg_StartRecording', ('#394657', '#28333f'),
-               accent=f'<rect x="0" y="{HEADER_BOTTOM - 3}" width="{W}" height="3" fill="#48b36b"/>',
+               accent=f'<rect x="1" y="{HEADER_BOTTOM - 3}" width="{W - 2}" height="3" fill="#48b36b"/>',
                extra=meter_well())
     rec = (f'<circle cx="{W - 84}" cy="74" r="12" fill="#ff5a52" opacity="0.25"/>'
            f'<circle cx="{W - 84}" cy="74" r="6.5" fill="#ff5a52"/>')
     background('dlg_Recording', ('#8a2a2e', '#5f1a1f'),
-               accent=f'<rect x="0" y="{HEADER_BOTTOM - 3}" width="{W}" height="3" fill="#ff5a52"/>' + rec,
+               accent=f'<rect x="1" y="{HEADER_BOTTOM - 3}" width="{W - 2}" height="3" fill="#ff5a52"/>' + rec,
                extra=meter_well())
-    mark = (f'<g opacity="0.09" fill="#ffffff"><path d="M{W - 150},62 a28,28 0 1 1 42,24 c-9,5 -12,9 -12,18 '
+    mark = (f'<g opacity="0.09" fill="#ffffff"><path d="M{W - 196},62 a28,28 0 1 1 42,24 c-9,5 -12,9 -12,18 '
             f'v4 h-16 v-6 c0,-13 5,-19 16,-26 a13,13 0 1 0 -18,-14 z"/>'
-            f'<circle cx="{W - 128}" cy="124" r="9"/></g>')
+            f'<circle cx="{W - 174}" cy="124" r="9"/></g>')
     background('dlg_Question', ('#2a5563', '#1d3f4a'), accent=mark)
 
 
@@ -153,11 +164,11 @@ def buttons():
         dark[tint] = (t1, t2, tb, '#ffffff')
         light[tint] = (lf, lf, lb, INK)
     button_set('btn_Next', w, h, dark, lambda ink: chevron(w - 20, h / 2 - 0.5, 'right', ink))
-    button_set('btn_Back', 112, h, light, lambda ink: chevron(20, h / 2 - 0.5, 'left', ink))
+    button_set('btn_Back', 124, h, light, lambda ink: chevron(18, h / 2 - 0.5, 'left', ink))
     button_set('btn_Stop', w, h, dark,
                lambda ink: f'<rect x="16" y="{h / 2 - 6.5}" width="11" height="11" rx="2" fill="#ff6b63"/>')
-    button_set('btn_NewTrack', 156, h, light,
-               lambda ink: f'<path d="M22,{h / 2 - 6.5} v12 M16,{h / 2 - 0.5} h12" stroke="{ink}" '
+    button_set('btn_NewTrack', 172, h, light,
+               lambda ink: f'<path d="M20,{h / 2 - 6.5} v12 M14,{h / 2 - 0.5} h12" stroke="{ink}" '
                            'stroke-width="2.2" stroke-linecap="round"/>')
     red = {'normal': ('#e5484a', '#c23335', '#a4282a', '#ffffff'),
            'Aqua': ('#c23335', '#a4282a', '#8a1f21', '#ffffff'),
