@@ -344,7 +344,7 @@ AudioDeviceInfo InfoOf(const VirtualDevice& device)
 struct VirtualAudioHardware::Impl {
     Clock clock;
     std::shared_ptr<AudioHardware> backing;
-    HardwareNotifier notifier;
+    std::unique_ptr<HardwareNotifier> notifier = std::make_unique<HardwareNotifier>();
 
     mutable std::mutex mutex;
     std::map<AudioDeviceID, std::shared_ptr<VirtualDevice>> devices;
@@ -384,7 +384,7 @@ VirtualAudioHardware::VirtualAudioHardware(Clock clock, std::shared_ptr<AudioHar
     mImpl->backing = std::move(backing);
     if (mImpl->backing)
         mImpl->backingDeviceSetListener =
-            mImpl->backing->AddDeviceSetListener([impl = mImpl.get()] { impl->notifier.DeviceSetChanged(); });
+            mImpl->backing->AddDeviceSetListener([impl = mImpl.get()] { impl->notifier->DeviceSetChanged(); });
 }
 
 VirtualAudioHardware::~VirtualAudioHardware()
@@ -394,6 +394,8 @@ VirtualAudioHardware::~VirtualAudioHardware()
         for (const auto& [ours, theirs] : mImpl->backingListeners)
             mImpl->backing->RemoveListener(theirs);
     }
+    // Before the rest goes, so that no listener of ours runs into it.
+    mImpl->notifier.reset();
     std::map<AudioDeviceID, std::shared_ptr<VirtualDevice>> devices;
     {
         std::lock_guard lock(mImpl->mutex);
@@ -422,7 +424,7 @@ AudioDeviceID VirtualAudioHardware::AddDevice(const VirtualDeviceSpec& spec,
     }
     if (mImpl->clock == Clock::RealTime)
         device->thread = std::thread([d = device.get()] { d->Pace(); });
-    mImpl->notifier.DeviceSetChanged();
+    mImpl->notifier->DeviceSetChanged();
     return device->id;
 }
 
@@ -442,7 +444,7 @@ void VirtualAudioHardware::RemoveDevice(AudioDeviceID id)
             mImpl->defaultOutput = kAudioDeviceUnknown;
     }
     Impl::Shut(*device);
-    mImpl->notifier.DeviceSetChanged();
+    mImpl->notifier->DeviceSetChanged();
 }
 
 void VirtualAudioHardware::SetDefaultInputDevice(AudioDeviceID id)
@@ -462,7 +464,7 @@ void VirtualAudioHardware::SetSampleRate(AudioDeviceID id, Float64 rate)
     TOLM_ASSERT(rate > 0.0);
     if (auto device = mImpl->Find(id)) {
         device->sampleRate = rate;
-        mImpl->notifier.StreamFormatChanged(id);
+        mImpl->notifier->StreamFormatChanged(id);
     }
 }
 
@@ -552,14 +554,14 @@ AudioDeviceID VirtualAudioHardware::DefaultOutputDevice() const
 
 AudioHardware::ListenerId VirtualAudioHardware::AddDeviceSetListener(std::function<void()> listener)
 {
-    return mImpl->notifier.AddDeviceSetListener(std::move(listener));
+    return mImpl->notifier->AddDeviceSetListener(std::move(listener));
 }
 
 AudioHardware::ListenerId VirtualAudioHardware::AddStreamFormatListener(AudioDeviceID device,
                                                                         std::function<void()> listener)
 {
     if (!mImpl->backing || mImpl->Find(device))
-        return mImpl->notifier.AddStreamFormatListener(device, std::move(listener));
+        return mImpl->notifier->AddStreamFormatListener(device, std::move(listener));
     const ListenerId theirs = mImpl->backing->AddStreamFormatListener(device, std::move(listener));
     std::lock_guard lock(mImpl->mutex);
     const ListenerId ours = mImpl->nextBackingListener++;
@@ -570,7 +572,7 @@ AudioHardware::ListenerId VirtualAudioHardware::AddStreamFormatListener(AudioDev
 void VirtualAudioHardware::RemoveListener(ListenerId id)
 {
     if (id < kBackingListenerBase) {
-        mImpl->notifier.RemoveListener(id);
+        mImpl->notifier->RemoveListener(id);
         return;
     }
     ListenerId theirs = 0;
