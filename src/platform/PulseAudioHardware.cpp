@@ -266,7 +266,6 @@ class PulseStream final : public AudioStream {
 
 PulseAudioHardware::Impl::~Impl()
 {
-    notifier.reset(); // no listener may call in while the connection goes
     if (loop) {
         pa_threaded_mainloop_lock(loop);
         closing = true;
@@ -282,8 +281,11 @@ PulseAudioHardware::Impl::~Impl()
         }
         pa_threaded_mainloop_unlock(loop);
         pa_threaded_mainloop_stop(loop);
-        pa_threaded_mainloop_free(loop);
     }
+    // With the loop stopped nothing queues events any more.
+    notifier.reset();
+    if (loop)
+        pa_threaded_mainloop_free(loop);
 }
 
 bool PulseAudioHardware::Impl::Open(std::chrono::milliseconds timeout, std::string& error)
