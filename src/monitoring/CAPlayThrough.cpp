@@ -159,6 +159,7 @@ OSStatus CAPlayThrough::SetupBuffers()
     mOutputInterleaved.assign(std::size_t(mOutputChunkFrames) * mChannels, 0.0f);
 
     ring.Allocate(int(mChannels), sizeof(float), kRingBuffers * mInputBufferFrames);
+    mInputTimelineOrigin = SInt64(ring.CapacityFrames());
     return noErr;
 }
 
@@ -213,8 +214,15 @@ OSStatus CAPlayThrough::InputProc(void* refCon, const AudioTimeStamp& timeStamp,
                                   AudioBufferList* data)
 {
     auto* self = static_cast<CAPlayThrough*>(refCon);
+    // A stream's sample times count from its start, where a device clock that has long been
+    // running is far from zero. The ring is addressed a capacity later, so that it holds
+    // silence behind the first block as it would on such a clock: the first-output offset
+    // then reads silence until the input arrives, rather than missing and resynchronising
+    // right at the newest frame with no margin left.
+    const auto sampleTime = SInt64(timeStamp.mSampleTime);
+    const SInt64 ringTime = sampleTime + self->mInputTimelineOrigin;
     if (self->firstInputTime.load(std::memory_order_relaxed) < 0.0)
-        self->firstInputTime.store(timeStamp.mSampleTime, std::memory_order_relaxed);
+        self->firstInputTime.store(Float64(ringTime), std::memory_order_relaxed);
 
     // Take the block into our own list, so the hook and the ring see one shape whatever the
     // platform hands over.
@@ -233,11 +241,10 @@ OSStatus CAPlayThrough::InputProc(void* refCon, const AudioTimeStamp& timeStamp,
 
     Platform::ApplyInputGain(list, self->gain.load(std::memory_order_relaxed));
 
-    const auto sampleTime = SInt64(timeStamp.mSampleTime);
     if (InputHook hook = self->inputHook.load(std::memory_order_relaxed))
         hook(&list, frames, sampleTime);
 
-    return self->ring.Store(&list, frames, sampleTime);
+    return self->ring.Store(&list, frames, ringTime);
 }
 
 OSStatus CAPlayThrough::OutputDeviceProc(void* refCon, const AudioTimeStamp& timeStamp, UInt32 frames,

@@ -45,8 +45,12 @@ public:
 
     AudioDeviceID GetInputDeviceID() const { return mInputDevice.deviceId; }
     AudioDeviceID GetOutputDeviceID() const { return mOutputDevice.deviceId; }
-    // Frames by which the output runs ahead of the input frames it plays (in input frames).
-    Float64 InToOutOffset() const { return inToOutOffset.load(std::memory_order_relaxed); }
+    // Frames by which the output's sample time runs ahead of the input sample time it plays
+    // (in input frames): output frame T plays input frame T - InToOutOffset().
+    Float64 InToOutOffset() const
+    {
+        return inToOutOffset.load(std::memory_order_relaxed) + Float64(mInputTimelineOrigin);
+    }
     Float64 ComputeThruOffset() const;
 
     // Set directly by the owner; none until then.
@@ -84,6 +88,8 @@ private:
 
     UInt32 mChannels = 0;
     UInt32 mInputBufferFrames = 0;
+    // Added to input sample times to address the ring; see InputProc.
+    SInt64 mInputTimelineOrigin = 0;
     Float64 mNominalRatio = 1.0;  // output rate / input rate
 
     std::atomic<Float64> firstInputTime{-1.0};
