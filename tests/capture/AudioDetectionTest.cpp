@@ -1,5 +1,4 @@
 #include "AudioTestSupport.h"
-
 #include "capture/InputChain.h"
 #include "monitoring/CAPlayThroughHost.h"
 #include "platform/AudioDeviceList.h"
@@ -90,7 +89,7 @@ TEST_F(AudioDetection, TwoUnitsOfOneModelAreTooMany)
 {
     bus->Add(kTi, kPcm2902);
     bus->Add(kTi, kPcm2902);
-    AddInput(kCodecName);  // only one shows up as audio: still two on the bus
+    AddInput(kCodecName); // only one shows up as audio: still two on the bus
     Audio audio;
     EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectTooManyUsbDevices);
     EXPECT_EQ(audio.device(), nullptr);
@@ -100,7 +99,7 @@ TEST_F(AudioDetection, TwoUnitsOfOneModelAreTooMany)
 TEST_F(AudioDetection, NameThatNoRowListsFindsNothingButKeepsTheRow)
 {
     bus->Add(kTi, kPcm2902);
-    AddInput("USB Audio CODEC");  // without its trailing blank
+    AddInput("USB Audio CODEC"); // without its trailing blank
     Audio audio;
     EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
     ASSERT_NE(audio.device(), nullptr);
@@ -112,7 +111,7 @@ TEST_F(AudioDetection, TwoInputsWithTheDevicesNameAreTooMany)
 {
     bus->Add(kTi, kPcm2902);
     AddInput(kCodecName);
-    AddInput(kCodecName);  // an unrelated adapter with the same generic chip name
+    AddInput(kCodecName); // an unrelated adapter with the same generic chip name
     Audio audio;
     EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectTooManyInputs);
     ASSERT_NE(audio.device(), nullptr);
@@ -122,7 +121,7 @@ TEST_F(AudioDetection, TwoInputsWithTheDevicesNameAreTooMany)
 
 TEST_F(AudioDetection, OnlyARowWithBothFlagsIsAskedAbout)
 {
-    bus->Add(0x1235, 0x8211);  // an interface: neither flag
+    bus->Add(0x1235, 0x8211); // an interface: neither flag
     AddInput("Scarlett Solo USB");
     Audio audio;
     EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
@@ -155,12 +154,12 @@ TEST_F(AudioDetection, TurntableEqualiserFollowsTheRowsSoftwareRiaaFlag)
     EXPECT_NEAR(none.dc, 1.0f, 1e-4f);
     EXPECT_NEAR(none.nyquist, 1.0f, 1e-4f);
 
-    audio.setRIAAFilter();  // no device known: the whole curve
+    audio.setRIAAFilter(); // no device known: the whole curve
     const Response full = MeasureEqualiser();
     EXPECT_NEAR(full.dc, 9.55f, 0.1f);
     EXPECT_LT(full.nyquist, 0.2f);
 
-    bus->Add(kTi, 0x29c2);  // softwareRiaa clear: only the bass shelf
+    bus->Add(kTi, 0x29c2); // softwareRiaa clear: only the bass shelf
     AddInput("USB AUDIO  CODEC");
     ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
     audio.setRIAAFilter();
@@ -169,7 +168,7 @@ TEST_F(AudioDetection, TurntableEqualiserFollowsTheRowsSoftwareRiaaFlag)
     EXPECT_NEAR(bass.nyquist, 1.0f, 0.01f);
 
     bus->Clear();
-    bus->Add(kTi, kPcm2902);  // softwareRiaa set
+    bus->Add(kTi, kPcm2902); // softwareRiaa set
     AddInput(kCodecName);
     ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
     audio.setRIAAFilter();
@@ -216,7 +215,7 @@ TEST_F(AudioDetection, ControllerGoneBeforeItsNotificationIsSafe)
     bus->Add(kTi, kPcm2902);
     {
         Audio audio;
-        AddInput(kCodecName);  // the notification is queued for a controller about to go
+        AddInput(kCodecName); // the notification is queued for a controller about to go
     }
     Tolm::Test::Settle();
     SUCCEED();

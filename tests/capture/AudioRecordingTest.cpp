@@ -1,14 +1,12 @@
 #include "AudioTestSupport.h"
-
 #include "capture/InputChain.h"
 #include "filters/GapDetector.h"
 #include "monitoring/CAPlayThroughHost.h"
 
-#include <sndfile.h>
-
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <sndfile.h>
 #include <thread>
 
 using namespace Tolm;
@@ -18,13 +16,13 @@ namespace {
 
 constexpr float kLeft = 0.25f;
 constexpr float kRight = -0.125f;
-constexpr UInt32 kBlock = 512;  // the virtual devices' buffer size
+constexpr UInt32 kBlock = 512; // the virtual devices' buffer size
 
 struct TrackFile {
     bool opened = false;
     int rate = 0;
     int channels = 0;
-    std::vector<float> samples;  // interleaved
+    std::vector<float> samples; // interleaved
 };
 
 TrackFile ReadTrack(UInt32 track)
@@ -50,13 +48,14 @@ void RemoveTrackFiles()
 }
 
 class AudioRecording : public Tolm::Test::VirtualRig {
-protected:
+  protected:
     void SetUp() override
     {
         VirtualRig::SetUp();
         RemoveTrackFiles();
         bus->Add(0x08bb, 0x2902);
-        codec = AddInput("USB Audio CODEC ", [](UInt64, UInt32 channel) { return channel == 0 ? kLeft : kRight; });
+        codec = AddInput("USB Audio CODEC ",
+                         [](UInt64, UInt32 channel) { return channel == 0 ? kLeft : kRight; });
         audio = std::make_unique<Audio>(&alerts);
         delegate.audio = audio.get();
         audio->setDelegate(&delegate);
@@ -94,7 +93,7 @@ protected:
 
 TEST_F(AudioRecording, OneTrackHoldsTheInputUnequalised)
 {
-    audio->setRIAAFilter();  // heard while monitoring, never written
+    audio->setRIAAFilter(); // heard while monitoring, never written
     Record(true);
     EXPECT_TRUE(audio->recording());
     EXPECT_EQ(audio->outputFilePath(), QStringLiteral("/tmp/TolmACTmpFile.1.wav"));
@@ -120,7 +119,7 @@ TEST_F(AudioRecording, GainChangeReachesTheMonitorAtOnceAndTheFileFromTheNextTra
     Record(true);
     Pump(20);
     audio->setGainDb(6.0f);
-    Capture::GetVUMaxL();  // clear the peak held from before the change
+    Capture::GetVUMaxL(); // clear the peak held from before the change
     Pump(20);
     const float louder = std::pow(10.0f, 6.0f / 20.0f);
     EXPECT_NEAR(Capture::GetVUMaxL(), kLeft * louder, 1e-5f) << "meters follow the monitored gain";
@@ -146,7 +145,8 @@ TEST_F(AudioRecording, GapsSplitAndTheAlbumEndStopsOnTheMainThread)
     for (int gap = 0; gap < 3; ++gap) {
         Pump(10);
         FromAudioThread([&] { audio->trackGapDetected(); });
-        ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio->numRecordedTracks() == UInt32(gap + 2); }));
+        ASSERT_TRUE(
+            Tolm::Test::ProcessEventsUntil([&] { return audio->numRecordedTracks() == UInt32(gap + 2); }));
         EXPECT_TRUE(audio->recording());
     }
     Pump(10);
@@ -205,14 +205,15 @@ TEST_F(AudioRecording, EventsQueuedBeforeTheUserStopsStillAct)
 
 TEST_F(AudioRecording, FileThatCannotBeMadeWarnsAndTheCountGoesOn)
 {
-    hardware->RemoveDevice(codec);  // the recorder then has no device to open
+    hardware->RemoveDevice(codec); // the recorder then has no device to open
     testing::internal::CaptureStderr();
     EXPECT_FALSE(audio->newTrack());
     const std::string err = testing::internal::GetCapturedStderr();
     EXPECT_NE(err.find("newRecorder Error: "), std::string::npos) << err;
     ASSERT_EQ(alerts.messages.size(), 1u);
-    EXPECT_EQ(alerts.messages[0], QStringLiteral("IDS_WARNING/There was a problem creating the audio file. Your "
-                                                 "recording may not be successful."));
+    EXPECT_EQ(alerts.messages[0],
+              QStringLiteral("IDS_WARNING/There was a problem creating the audio file. Your "
+                             "recording may not be successful."));
     EXPECT_FALSE(audio->recording());
     EXPECT_EQ(audio->numRecordedTracks(), 1u);
 }

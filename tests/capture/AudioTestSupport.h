@@ -10,7 +10,6 @@
 
 #include <QCoreApplication>
 #include <QString>
-
 #include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
@@ -44,7 +43,10 @@ inline bool ProcessEventsUntil(const std::function<bool()>& done,
 }
 
 // For what must not happen: gives pending notifications time to arrive and be handled.
-inline void Settle() { ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(300)); }
+inline void Settle()
+{
+    ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(300));
+}
 
 struct RecordedAlerts final : Capture::AlertPresenter {
     std::vector<QString> messages;
@@ -66,11 +68,12 @@ struct CountingDelegate final : Capture::AudioDelegate {
 };
 
 class VirtualRig : public testing::Test {
-protected:
+  protected:
     void SetUp() override
     {
         App();
-        hardware = std::make_shared<Platform::VirtualAudioHardware>(Platform::VirtualAudioHardware::Clock::Manual);
+        hardware =
+            std::make_shared<Platform::VirtualAudioHardware>(Platform::VirtualAudioHardware::Clock::Manual);
         Platform::VirtualDeviceSpec out;
         out.name = "Speakers";
         out.outputChannels = 2;

@@ -2,9 +2,8 @@
 
 #include "filters/GapDetector.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <vector>
 
 using Morvo::Audio::Filters::GapDetector;

@@ -1,9 +1,8 @@
 #include "capture/KnownUsbDevice.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <set>
 #include <string>
 
@@ -46,7 +45,7 @@ TEST(KnownUsbDevice, TheCodecTheTestSourceImitatesIsKnownWithItsBlank)
 TEST(KnownUsbDevice, LookupNeedsVendorAndProduct)
 {
     EXPECT_TRUE(UsbIdIsForKnownDevice({0x08bb, 0x2902}));
-    EXPECT_FALSE(UsbIdIsForKnownDevice({0x08bb, 0x2903}));  // vendor alone never counts
+    EXPECT_FALSE(UsbIdIsForKnownDevice({0x08bb, 0x2903})); // vendor alone never counts
     EXPECT_FALSE(UsbIdIsForKnownDevice({0x08bc, 0x2902}));
     EXPECT_FALSE(UsbIdIsForKnownDevice({0, 0}));
     for (const auto& row : kKnownUsbDevices)
@@ -59,7 +58,7 @@ TEST(KnownUsbDevice, NameMatchIsExactWholeAndCaseSensitive)
     ASSERT_NE(codec, nullptr);
     EXPECT_TRUE(codec->NameMatch("USB Audio CODEC "));
     EXPECT_TRUE(codec->NameMatch("PCM2902 Audio Codec"));
-    EXPECT_FALSE(codec->NameMatch("USB Audio CODEC"));    // trailing blank is part of the name
+    EXPECT_FALSE(codec->NameMatch("USB Audio CODEC")); // trailing blank is part of the name
     EXPECT_FALSE(codec->NameMatch("USB Audio CODEC  "));
     EXPECT_FALSE(codec->NameMatch("usb audio codec "));
     EXPECT_FALSE(codec->NameMatch(" USB Audio CODEC "));

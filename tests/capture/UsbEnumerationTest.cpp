@@ -5,11 +5,11 @@
 #include <gtest/gtest.h>
 
 using namespace Tolm::Capture;
-using Tolm::Platform::FakeUsbBus;
 using testing::internal::CaptureStderr;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
 using testing::internal::GetCapturedStdout;
+using Tolm::Platform::FakeUsbBus;
 
 namespace {
 
@@ -36,7 +36,7 @@ Walk Enumerate(Tolm::Platform::UsbBus& bus)
 TEST(UsbEnumeration, CountsKnownDevicesAndLogsEveryDevice)
 {
     FakeUsbBus bus;
-    bus.Add(0x046d, 0xc52b, 0x1211);  // a mouse receiver
+    bus.Add(0x046d, 0xc52b, 0x1211); // a mouse receiver
     bus.Add(0x1235, 0x8211, 0x0623);
     const Walk walk = Enumerate(bus);
     EXPECT_EQ(walk.count, 1);

@@ -8,11 +8,10 @@
 #include "platform/FakeUsbBus.h"
 #include "platform/PulseAudioHardware.h"
 
-#include <gtest/gtest.h>
-#include <sndfile.h>
-
 #include <cmath>
 #include <filesystem>
+#include <gtest/gtest.h>
+#include <sndfile.h>
 
 using namespace Tolm;
 using Capture::Audio;
@@ -21,13 +20,16 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr double kRate = Tolm::Test::PulseDaemon::kRate;
-constexpr double kTrackSeconds = 12.0;  // more than the 10.5 s that leave a gap
+constexpr double kTrackSeconds = 12.0; // more than the 10.5 s that leave a gap
 constexpr double kGapSeconds = 3.0;
 constexpr double kEndSilenceSeconds = 66.0;
 constexpr int kTracks = 4;
 constexpr double kToneHz[kTracks] = {350.0, 450.0, 550.0, 650.0};
 
-double FeedSeconds() { return kTracks * kTrackSeconds + (kTracks - 1) * kGapSeconds + kEndSilenceSeconds; }
+double FeedSeconds()
+{
+    return kTracks * kTrackSeconds + (kTracks - 1) * kGapSeconds + kEndSilenceSeconds;
+}
 
 // Track k is a chord on kToneHz[k] at a record's level; the gaps and the end are silent.
 float Side(std::uint64_t frame, unsigned channel)
@@ -40,12 +42,13 @@ float Side(std::uint64_t frame, unsigned channel)
         return 0.0f;
     const double f = kToneHz[track];
     const double phase = 2.0 * M_PI * f * t;
-    return float(0.2 * std::sin(phase) + 0.08 * std::sin(2.0 * phase + channel) + 0.05 * std::sin(1.5 * phase));
+    return float(0.2 * std::sin(phase) + 0.08 * std::sin(2.0 * phase + channel) +
+                 0.05 * std::sin(1.5 * phase));
 }
 
 struct TrackFile {
     double seconds = -1.0;
-    double dominantHz = 0.0;  // from zero crossings in the loud part
+    double dominantHz = 0.0; // from zero crossings in the loud part
 };
 
 TrackFile ReadTrack(UInt32 track)
@@ -103,7 +106,7 @@ TEST(WholeSide, FourTracksSplitAtTheGapsAndTheSideEndsByItself)
         delegate.audio = &audio;
         audio.setDelegate(&delegate);
         ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
-        audio.setNoFilter();  // a normal tape
+        audio.setNoFilter(); // a normal tape
         audio.startPlayThru();
         audio.resetTrackCounter();
         Capture::ResetVUMax();
