@@ -1,0 +1,148 @@
+#include "capture/Localization.h"
+#include "ui/AppDelegate.h"
+#include "ui/CustomView.h"
+#include "ui/SubViewController.h"
+#include "ui/TranslateView.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QDirIterator>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QRegularExpression>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+void UseLanguage(const char* language)
+{
+    QLocale::setDefault(QLocale(QString::fromLatin1(language)));
+    Tolm::InstallTranslations();
+}
+
+// Every "IDS_" text of the panels' interface files.
+QStringList PanelKeys()
+{
+    Tolm::Ui::SubViewController registerResources(QStringLiteral("Tolm_Tab1"), nullptr);
+    QStringList keys;
+    static const QRegularExpression key(QStringLiteral("<string>(IDS_[A-Z0-9_]+)</string>"));
+    QDirIterator files(QStringLiteral(":/panels"), {QStringLiteral("*.ui")});
+    while (files.hasNext()) {
+        QFile file(files.next());
+        file.open(QIODevice::ReadOnly);
+        for (const auto& match : key.globalMatch(QString::fromUtf8(file.readAll())))
+            keys << match.captured(1);
+    }
+    keys.removeDuplicates();
+    return keys;
+}
+
+} // namespace
+
+class LocalizationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { UseLanguage("en"); }
+
+    void translatesFieldsInsideContainersButNotInsideFields()
+    {
+        QWidget panel;
+        auto* box = new QGroupBox(&panel);
+        auto* boxed = new QLabel(QStringLiteral("IDS_NODEVICE"), box);
+        auto* field = new QLabel(QStringLiteral("IDS_TAB1_TITLE"), &panel);
+        auto* inner = new QLabel(QStringLiteral("IDS_NODEVICE"), field);
+        auto* plain = new QLabel(QStringLiteral("Side A"), &panel);
+        auto* unknown = new QLabel(QStringLiteral("IDS_NOT_IN_THE_TABLE"), &panel);
+        auto* edit = new QLineEdit(&panel);
+        edit->setPlaceholderText(QStringLiteral("IDS_LABEL_ARTIST"));
+        auto* check = new QCheckBox(QStringLiteral("IDS_TAB2_SPLIT"), box);
+
+        Tolm::Ui::TranslateView(&panel);
+
+        QVERIFY(boxed->text().contains(QStringLiteral("No record player")));
+        QCOMPARE(boxed->textFormat(), Qt::RichText);
+        QVERIFY(field->text().contains(QStringLiteral("Connect your record player")));
+        QCOMPARE(inner->text(), QStringLiteral("IDS_NODEVICE"));
+        QCOMPARE(plain->text(), QStringLiteral("Side A"));
+        // Not rich text: the field keeps its key.
+        QCOMPARE(unknown->text(), QStringLiteral("IDS_NOT_IN_THE_TABLE"));
+        QCOMPARE(edit->placeholderText(), QStringLiteral("Artist"));
+        QCOMPARE(check->text(), QStringLiteral("Split into tracks at the quiet gaps"));
+    }
+
+    void translatesAViewAddedWhileWalking()
+    {
+        Tolm::Ui::TranslateView(nullptr);
+        QWidget panel;
+        auto* label = new QLabel(QStringLiteral("IDS_TAB6_TEXT"), &panel);
+        Tolm::Ui::TranslateView(&panel);
+        QVERIFY(label->text().contains(QStringLiteral("another record")));
+    }
+
+    void everyPanelKeyIsRichTextInEveryLanguage()
+    {
+        const QStringList keys = PanelKeys();
+        QVERIFY(keys.size() > 30);
+        for (const char* language : {"en", "de"}) {
+            UseLanguage(language);
+            for (const QString& key : keys) {
+                const QString text = Tolm::Localized(key);
+                QVERIFY2(text != key, qPrintable(QStringLiteral("%1 untranslated in %2").arg(key, QLatin1String(language))));
+                QVERIFY2(Qt::mightBeRichText(text), qPrintable(key));
+            }
+        }
+    }
+
+    void theProgramsOwnKeysAreTranslated()
+    {
+        const char* keys[] = {"IDS_WARNING", "IDS_NODEVICE", "IDS_TOOMANYDEVICES", "IDS_LASTTRACK", "IDS_LIMIT",
+                              "IDS_CANCEL_RECORDING", "IDS_YES", "IDS_NO", "IDS_CONTINUE", "IDS_ITUNES_ERROR",
+                              "IDS_UNKNOWN_TRACK", "IDS_UNKNOWN_ARTIST", "IDS_UNKNOWN_ALBUM"};
+        for (const char* language : {"en", "de"}) {
+            UseLanguage(language);
+            for (const char* key : keys)
+                QVERIFY2(Tolm::Localized(key) != QLatin1String(key), key);
+            // Tag values and button titles are plain words.
+            QVERIFY(!Qt::mightBeRichText(Tolm::Localized("IDS_UNKNOWN_ARTIST")));
+            QVERIFY(!Qt::mightBeRichText(Tolm::Localized("IDS_YES")));
+        }
+        const char* fileProblem = "There was a problem creating the audio file. Your recording may not be successful.";
+        QCOMPARE(Tolm::Localized(fileProblem).left(5), QStringLiteral("Beim "));
+        UseLanguage("en");
+        QCOMPARE(Tolm::Localized(fileProblem), QString::fromLatin1(fileProblem));
+        QCOMPARE(Tolm::Localized("IDS_NEVER_DEFINED"), QStringLiteral("IDS_NEVER_DEFINED"));
+    }
+
+    void anUnknownLanguageFallsBackToEnglish()
+    {
+        UseLanguage("fr");
+        QCOMPARE(Tolm::Localized("IDS_UNKNOWN_ALBUM"), QStringLiteral("Unknown Album"));
+    }
+
+    void alertsHaveOneOkButtonInEveryLanguage()
+    {
+        UseLanguage("de");
+        QString buttons;
+        QString message;
+        QTimer::singleShot(0, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            QVERIFY(box);
+            QCOMPARE(box->icon(), QMessageBox::Warning);
+            message = box->text() + QLatin1Char('|') + box->informativeText();
+            for (QAbstractButton* button : box->buttons())
+                buttons += button->text();
+            box->buttons().first()->click();
+        });
+        Tolm::Ui::AppDelegate::alert(Tolm::Localized("IDS_WARNING"), Tolm::Localized("IDS_NODEVICE"));
+        QCOMPARE(buttons, QStringLiteral("OK"));
+        QVERIFY(message.startsWith(QStringLiteral("Achtung|")));
+        QVERIFY(message.contains(QStringLiteral("kein Plattenspieler")));
+    }
+};
+
+QTEST_MAIN(LocalizationTest)
+#include "LocalizationTest.moc"
