@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 using Tolm::Monitoring::AudioRingBuffer;
@@ -239,13 +240,17 @@ TEST(AudioRingBuffer, ConcurrentReaderNeverAcceptsOverwrittenFrames)
                 block.Channel(1)[i] = -label(t + i);
             }
             ring.Store(block.List(), 64, t);
+            if (t % (64 * 256) == 0)
+                std::this_thread::yield();  // quiet moments, so that some reads get through
         }
     });
 
     TestBufferList out(2, 256);
     long accepted = 0;
     long bad = 0;
-    for (int attempt = 0; attempt < 200'000; ++attempt) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    for (long attempt = 0; (attempt < 200'000 || accepted < 100) && std::chrono::steady_clock::now() < deadline;
+         ++attempt) {
         SInt64 start = 0, end = 0;
         if (ring.GetTimeBounds(start, end) != AudioRingBuffer::Ok || end - start < 256)
             continue;
