@@ -12,12 +12,10 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-
 #include <benchmark/benchmark.h>
-#include <sndfile.h>
-
 #include <cmath>
 #include <memory>
+#include <sndfile.h>
 #include <vector>
 
 using namespace Tolm::Library;
@@ -79,8 +77,8 @@ void BM_ExportTrack(benchmark::State& state)
     const QByteArray check = "withTimeout(5, function () { var ignoredVariable = library.trackCount; });";
 
     for (auto _ : state) {
-        if (convertAndTagAudioFile4(track, QStringLiteral("Artist"), QStringLiteral("Album"), QStringLiteral("Title"),
-                                    QStringLiteral("1"), false)) {
+        if (convertAndTagAudioFile4(track, QStringLiteral("Artist"), QStringLiteral("Album"),
+                                    QStringLiteral("Title"), QStringLiteral("1"), false)) {
             state.SkipWithError("the import failed");
             break;
         }

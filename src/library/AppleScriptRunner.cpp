@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QJSValue>
 #include <QStringList>
-
 #include <cstring>
 
 namespace Tolm::Library {
@@ -63,6 +62,9 @@ OSErr SimpleRunAppleScript(const char* text)
     return OSErr(LowRunAppleScript(text, std::strlen(text), nullptr));
 }
 
-bool AppleScriptAvailable() { return QCoreApplication::instance() != nullptr; }
+bool AppleScriptAvailable()
+{
+    return QCoreApplication::instance() != nullptr;
+}
 
 } // namespace Tolm::Library

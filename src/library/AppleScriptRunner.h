@@ -11,7 +11,6 @@
 #include "platform/CoreAudioTypes.h"
 
 #include <QString>
-
 #include <cstddef>
 
 namespace Tolm::Library {
@@ -19,10 +18,10 @@ namespace Tolm::Library {
 using OSErr = SInt16;
 using DescType = UInt32;
 
-inline constexpr OSStatus kParamError = -50;      // no scripting available
-inline constexpr OSStatus kTimeoutError = -1712;  // the script passed its time-out
-inline constexpr OSStatus kScriptError = -1753;   // the script failed; the message tells why
-inline constexpr OSStatus kSyntaxError = -2740;   // the text does not compile
+inline constexpr OSStatus kParamError = -50;     // no scripting available
+inline constexpr OSStatus kTimeoutError = -1712; // the script passed its time-out
+inline constexpr OSStatus kScriptError = -1753;  // the script failed; the message tells why
+inline constexpr OSStatus kSyntaxError = -2740;  // the text does not compile
 
 inline constexpr DescType typeNull = FourCC("null");
 inline constexpr DescType typeText = FourCC("TEXT");

@@ -4,10 +4,19 @@
 
 namespace Tolm::Library {
 
-UInt32 AudioRecordedTracks::numRecordedTracks() { return mAudio.numRecordedTracks(); }
+UInt32 AudioRecordedTracks::numRecordedTracks()
+{
+    return mAudio.numRecordedTracks();
+}
 
-QString AudioRecordedTracks::fileNameForTrack(UInt32 track) { return Capture::Audio::fileNameForTrack(track); }
+QString AudioRecordedTracks::fileNameForTrack(UInt32 track)
+{
+    return Capture::Audio::fileNameForTrack(track);
+}
 
-void AudioRecordedTracks::resetTrackCounter() { mAudio.resetTrackCounter(); }
+void AudioRecordedTracks::resetTrackCounter()
+{
+    mAudio.resetTrackCounter();
+}
 
 } // namespace Tolm::Library

@@ -10,14 +10,14 @@ namespace Tolm::Library {
 
 // The tracks the Audio controller has recorded, for the export.
 class AudioRecordedTracks final : public RecordedTracks {
-public:
+  public:
     explicit AudioRecordedTracks(Capture::Audio& audio) : mAudio(audio) {}
 
     UInt32 numRecordedTracks() override;
     QString fileNameForTrack(UInt32 track) override;
     void resetTrackCounter() override;
 
-private:
+  private:
     Capture::Audio& mAudio;
 };
 

@@ -25,16 +25,26 @@ ConsoleExport::Outcome ConsoleExport::run(RecordedTracks& tracks, bool normalize
     return {mFiled, exporter.keptTracks(), exporter.stopped()};
 }
 
-QString ConsoleExport::artist(UInt32) { return mNames.artist; }
+QString ConsoleExport::artist(UInt32)
+{
+    return mNames.artist;
+}
 
-QString ConsoleExport::album(UInt32) { return mNames.album; }
+QString ConsoleExport::album(UInt32)
+{
+    return mNames.album;
+}
 
 QString ConsoleExport::title(UInt32 track, UInt32)
 {
-    return track >= 1 && track <= UInt32(mNames.titles.size()) ? mNames.titles.at(qsizetype(track) - 1) : QString();
+    return track >= 1 && track <= UInt32(mNames.titles.size()) ? mNames.titles.at(qsizetype(track) - 1)
+                                                               : QString();
 }
 
-void ConsoleExport::exportStarted(UInt32 trackCount) { mTrackCount = trackCount; }
+void ConsoleExport::exportStarted(UInt32 trackCount)
+{
+    mTrackCount = trackCount;
+}
 
 void ConsoleExport::setProgress(UInt32 tracksDone)
 {
@@ -56,7 +66,8 @@ void ConsoleExport::trackFiled(UInt32, const QString& path)
 
 void ConsoleExport::trackKept(UInt32 track, const QString&, const QString& reason)
 {
-    std::fprintf(stderr, "\nTrack %u was not added to the library: %s\n", unsigned(track), qPrintable(reason));
+    std::fprintf(stderr, "\nTrack %u was not added to the library: %s\n", unsigned(track),
+                 qPrintable(reason));
 }
 
 void ConsoleExport::libraryNotAnswering(OSStatus)

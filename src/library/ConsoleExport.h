@@ -4,7 +4,6 @@
 #include "library/LibraryExport.h"
 
 #include <QStringList>
-
 #include <atomic>
 #include <functional>
 #include <mutex>
@@ -14,19 +13,19 @@ namespace Tolm::Library {
 // The export as tolm-convert runs it: names from the command line, the progress handed to
 // the caller's bar, the library's alerts and waits told once on standard error.
 class ConsoleExport final : private TrackNaming, private ExportView, private Capture::AlertPresenter {
-public:
+  public:
     struct Names {
         QString artist;
         QString album;
-        QStringList titles;  // track 1 first; missing ones get the unknown-track name
+        QStringList titles; // track 1 first; missing ones get the unknown-track name
     };
     struct Hooks {
-        std::function<void(double fraction)> progress;  // all tracks, 0..1, from the export's thread
-        std::function<bool()> stopRequested;            // polled; true ends the export early
+        std::function<void(double fraction)> progress; // all tracks, 0..1, from the export's thread
+        std::function<bool()> stopRequested;           // polled; true ends the export early
     };
     struct Outcome {
-        QStringList filed;  // the library files made, in order
-        UInt32 kept = 0;    // tracks that could not be imported
+        QStringList filed; // the library files made, in order
+        UInt32 kept = 0;   // tracks that could not be imported
         bool stopped = false;
     };
 
@@ -35,7 +34,7 @@ public:
     // Exports every track and waits until it is done.
     Outcome run(RecordedTracks& tracks, bool normalize);
 
-private:
+  private:
     QString artist(UInt32 trackCount) override;
     QString album(UInt32 trackCount) override;
     QString title(UInt32 track, UInt32 trackCount) override;
@@ -53,10 +52,10 @@ private:
     Names mNames;
     Hooks mHooks;
     UInt32 mTrackCount = 0;
-    bool mAlertShown = false;  // worker thread only
-    bool mWaitShown = false;   // worker thread only
+    bool mAlertShown = false; // worker thread only
+    bool mWaitShown = false;  // worker thread only
     std::mutex mMutex;
-    QStringList mFiled;  // guarded by mMutex
+    QStringList mFiled; // guarded by mMutex
 };
 
 } // namespace Tolm::Library

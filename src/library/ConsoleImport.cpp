@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
 #include <unistd.h>
 
 namespace Tolm::Library {
@@ -50,7 +49,10 @@ bool TakeFlag(std::vector<std::string>& args, const std::string& name)
     return found;
 }
 
-QString Text(const std::string& utf8) { return QString::fromStdString(utf8); }
+QString Text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
 
 } // namespace
 
@@ -58,8 +60,9 @@ std::optional<ConsoleImport> ConsoleImport::Take(std::vector<std::string>& args,
 {
     ConsoleImport import;
     std::vector<std::string> artist, album, titles, library, format;
-    for (auto [name, values] : {std::pair{"artist", &artist}, std::pair{"album", &album}, std::pair{"title", &titles},
-                                std::pair{"library", &library}, std::pair{"format", &format}}) {
+    for (auto [name, values] :
+         {std::pair{"artist", &artist}, std::pair{"album", &album}, std::pair{"title", &titles},
+          std::pair{"library", &library}, std::pair{"format", &format}}) {
         if (!TakeValues(args, name, *values)) {
             error = std::string("--") + name + " needs a value";
             return std::nullopt;
@@ -118,7 +121,7 @@ std::string ConsoleImport::apply() const
 }
 
 ConsoleExport::Outcome ConsoleImport::exportTracks(RecordedTracks& tracks, bool normalize,
-                                                  const ConsoleExport::Hooks& hooks) const
+                                                   const ConsoleExport::Hooks& hooks) const
 {
     ConsoleExport exporter(names, hooks);
     return exporter.run(tracks, normalize);

@@ -17,7 +17,7 @@ class Audio;
 namespace Tolm::Library {
 
 struct ConsoleImport {
-    bool wanted = false;  // --import
+    bool wanted = false; // --import
     ConsoleExport::Names names;
     std::optional<QString> library;
     std::optional<ImportFormat> format;
@@ -33,9 +33,10 @@ struct ConsoleImport {
     std::string apply() const;
 
     // Exports `tracks` under these names and waits until it is done.
-    ConsoleExport::Outcome exportTracks(RecordedTracks& tracks, bool normalize, const ConsoleExport::Hooks& hooks) const;
+    ConsoleExport::Outcome exportTracks(RecordedTracks& tracks, bool normalize,
+                                        const ConsoleExport::Hooks& hooks) const;
 
-    static std::string FormatNames();  // "flac, mp3, ogg, opus, wav": the ones this system can encode
+    static std::string FormatNames(); // "flac, mp3, ogg, opus, wav": the ones this system can encode
 };
 
 // Imports the tracks `audio` has recorded, as `import` says; the silent leftover track of a

@@ -1,10 +1,9 @@
 #include "library/ImportFormat.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <sndfile.h>
 
 namespace Tolm::Library {
 
@@ -33,11 +32,26 @@ const FormatRow& Row(ImportFormat format)
 }
 
 // A virtual file that swallows what is written: enough for libsndfile to set up an encoder.
-sf_count_t NullLength(void*) { return 0; }
-sf_count_t NullSeek(sf_count_t, int, void*) { return 0; }
-sf_count_t NullRead(void*, sf_count_t, void*) { return 0; }
-sf_count_t NullWrite(const void*, sf_count_t count, void*) { return count; }
-sf_count_t NullTell(void*) { return 0; }
+sf_count_t NullLength(void*)
+{
+    return 0;
+}
+sf_count_t NullSeek(sf_count_t, int, void*)
+{
+    return 0;
+}
+sf_count_t NullRead(void*, sf_count_t, void*)
+{
+    return 0;
+}
+sf_count_t NullWrite(const void*, sf_count_t count, void*)
+{
+    return count;
+}
+sf_count_t NullTell(void*)
+{
+    return 0;
+}
 
 bool CanOpenEncoder(int sndfileFormat)
 {
@@ -63,7 +77,10 @@ std::vector<ImportFormat> AllImportFormats()
     return formats;
 }
 
-QString ImportFormatName(ImportFormat format) { return QString::fromLatin1(Row(format).name); }
+QString ImportFormatName(ImportFormat format)
+{
+    return QString::fromLatin1(Row(format).name);
+}
 
 std::optional<ImportFormat> ImportFormatFromName(const QString& name)
 {
@@ -77,9 +94,15 @@ std::optional<ImportFormat> ImportFormatFromName(const QString& name)
     return std::nullopt;
 }
 
-QString ImportFormatSuffix(ImportFormat format) { return QString::fromLatin1(Row(format).suffix); }
+QString ImportFormatSuffix(ImportFormat format)
+{
+    return QString::fromLatin1(Row(format).suffix);
+}
 
-int ImportFormatSndfileFormat(ImportFormat format) { return Row(format).sndfileFormat; }
+int ImportFormatSndfileFormat(ImportFormat format)
+{
+    return Row(format).sndfileFormat;
+}
 
 bool ImportFormatAvailable(ImportFormat format)
 {
@@ -109,7 +132,7 @@ int StoredSampleRate(ImportFormat format, int trackRate)
     case ImportFormat::Mp3:
         if (oneOf({8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000}))
             return trackRate;
-        return trackRate % 11025 == 0 ? 44100 : 48000;  // 88.2 and 176.4 kHz halve cleanly
+        return trackRate % 11025 == 0 ? 44100 : 48000; // 88.2 and 176.4 kHz halve cleanly
     case ImportFormat::Flac:
     case ImportFormat::OggVorbis:
     case ImportFormat::Wav:

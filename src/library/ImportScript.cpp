@@ -6,12 +6,14 @@
 #include "recording/CAAudioFile.h"
 
 #include <QFile>
-
 #include <unistd.h>
 #include <vector>
 
 // The script resource lives in this static library: register it before the first lookup.
-static void InitScriptResources() { Q_INIT_RESOURCE(library_scripts); }
+static void InitScriptResources()
+{
+    Q_INIT_RESOURCE(library_scripts);
+}
 
 namespace Tolm::Library {
 
@@ -118,11 +120,13 @@ QString fillPlaceholders(const QString& pattern, const QStringList& values)
 QString importScriptFor(const QString& path, const QString& escapedArtist, const QString& escapedAlbum,
                         const QString& escapedName, const QString& trackNumber)
 {
-    return fillPlaceholders(ImportScriptTemplate(), {path, escapedArtist, escapedAlbum, escapedName, trackNumber});
+    return fillPlaceholders(ImportScriptTemplate(),
+                            {path, escapedArtist, escapedAlbum, escapedName, trackNumber});
 }
 
-bool convertAndTagAudioFile4(const QString& path, const QString& artist, const QString& album, const QString& name,
-                             const QString& trackNumber, bool normalize, QString* errorMessage)
+bool convertAndTagAudioFile4(const QString& path, const QString& artist, const QString& album,
+                             const QString& name, const QString& trackNumber, bool normalize,
+                             QString* errorMessage)
 {
     const QString trackName = name.isEmpty() ? UnknownTrackName(trackNumber) : name;
     const QString trackArtist = artist.isEmpty() ? UnknownArtistName() : artist;
@@ -133,11 +137,13 @@ bool convertAndTagAudioFile4(const QString& path, const QString& artist, const Q
     const QString escapedName = lineBreaksEscaped(escapedFormOf(trackName));
 
     const QString source = normalize ? Normalize(path) : path;
-    const QByteArray script = importScriptFor(source, escapedArtist, escapedAlbum, escapedName, trackNumber).toUtf8();
+    const QByteArray script =
+        importScriptFor(source, escapedArtist, escapedAlbum, escapedName, trackNumber).toUtf8();
     ScriptResultDescriptor result;
     const OSStatus status = LowRunAppleScript(script.constData(), std::size_t(script.size()), &result);
     if (status != noErr && errorMessage != nullptr)
-        *errorMessage = result.descriptorType == typeText ? result.text : QStringLiteral("script status %1").arg(status);
+        *errorMessage =
+            result.descriptorType == typeText ? result.text : QStringLiteral("script status %1").arg(status);
     return status != noErr;
 }
 

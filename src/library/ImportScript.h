@@ -29,7 +29,8 @@ QString importScriptFor(const QString& path, const QString& escapedArtist, const
 // With `normalize`, the file is first scaled so that the recording's peak (GetVUMax) lands
 // at 0.97, into "normalized.wav" beside it. Returns true when the script failed, with the
 // reason in `errorMessage` if given. Normalisation failures throw CAXException.
-bool convertAndTagAudioFile4(const QString& path, const QString& artist, const QString& album, const QString& name,
-                             const QString& trackNumber, bool normalize, QString* errorMessage = nullptr);
+bool convertAndTagAudioFile4(const QString& path, const QString& artist, const QString& album,
+                             const QString& name, const QString& trackNumber, bool normalize,
+                             QString* errorMessage = nullptr);
 
 } // namespace Tolm::Library

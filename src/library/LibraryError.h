@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <stdexcept>
 
 namespace Tolm::Library {
@@ -9,7 +8,7 @@ namespace Tolm::Library {
 // A failure of the music library, with a message meant for the person using it
 // ("The music library folder /media/usb/Music is missing.").
 class LibraryError : public std::runtime_error {
-public:
+  public:
     explicit LibraryError(const QString& message) : std::runtime_error(message.toStdString()) {}
     QString message() const { return QString::fromUtf8(what()); }
 };

@@ -7,7 +7,6 @@
 #include "platform/CAXException.h"
 
 #include <QFile>
-
 #include <cstdio>
 
 namespace Tolm::Library {
@@ -16,12 +15,12 @@ namespace {
 
 // Tells the view about the conversion of one track while the import script runs.
 class TrackConversionObserver final : public ConversionObserver {
-public:
+  public:
     TrackConversionObserver(ExportView& view, UInt32 track) : mView(view), mTrack(track) {}
     void conversionProgress(double fraction) override { mView.conversionProgress(mTrack, fraction); }
     void trackFiled(const QString& path) override { mView.trackFiled(mTrack, path); }
 
-private:
+  private:
     ExportView& mView;
     UInt32 mTrack;
 };
@@ -49,7 +48,10 @@ LibraryExport::LibraryExport(RecordedTracks& tracks, TrackNaming& naming, Export
 {
 }
 
-LibraryExport::~LibraryExport() { waitUntilDone(); }
+LibraryExport::~LibraryExport()
+{
+    waitUntilDone();
+}
 
 void LibraryExport::processAudioFiles(bool normalize)
 {
@@ -63,7 +65,10 @@ void LibraryExport::processAudioFiles(bool normalize)
     mWorker = std::thread([this, normalize] { DoITunesImportTagAndConvertThreadRoutine2(normalize); });
 }
 
-bool LibraryExport::pollingTimerFired() { return _timeToGoToPanel6.exchange(false); }
+bool LibraryExport::pollingTimerFired()
+{
+    return _timeToGoToPanel6.exchange(false);
+}
 
 void LibraryExport::waitUntilDone()
 {
@@ -121,7 +126,8 @@ void LibraryExport::reportNotAnswering(OSStatus status, const char* logFormat)
 
 bool LibraryExport::waitForLibrary(int timeoutSeconds, const char* logFormat)
 {
-    for (OSStatus status = checkLibrary(timeoutSeconds); status != noErr; status = checkLibrary(timeoutSeconds)) {
+    for (OSStatus status = checkLibrary(timeoutSeconds); status != noErr;
+         status = checkLibrary(timeoutSeconds)) {
         reportNotAnswering(status, logFormat);
         if (!pause())
             return false;
@@ -174,8 +180,9 @@ void LibraryExport::DoITunesImportTagAndConvertThreadRoutine2(bool normalize)
     mView.stopSpinner();
     if (mStopRequested.load()) {
         mStopped.store(true);
+        // A later export of the same names goes on after the last track that went in.
         std::lock_guard lock(mSavedMutex);
-        _saveTracks = done;
+        _saveTracks = firstNumber - 1 + done;
     } else {
         {
             std::lock_guard lock(mSavedMutex);
@@ -189,7 +196,7 @@ void LibraryExport::DoITunesImportTagAndConvertThreadRoutine2(bool normalize)
 }
 
 bool LibraryExport::importTrack(UInt32 track, UInt32 firstNumber, const QString& artist, const QString& album,
-                                  UInt32 trackCount, bool normalize)
+                                UInt32 trackCount, bool normalize)
 {
     const QString file = mTracks.fileNameForTrack(track);
     const QString number = QString::number(firstNumber + track - 1);

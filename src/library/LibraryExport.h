@@ -10,7 +10,6 @@
 #include "platform/CoreAudioTypes.h"
 
 #include <QString>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -25,7 +24,7 @@ namespace Tolm::Library {
 
 // The recorded tracks: the Audio controller's files, or files prepared by a command.
 class RecordedTracks {
-public:
+  public:
     virtual ~RecordedTracks() = default;
     virtual UInt32 numRecordedTracks() = 0;
     virtual QString fileNameForTrack(UInt32 track) = 0;
@@ -34,7 +33,7 @@ public:
 
 // The names the user gave: the naming panels (see NamingField.h), or the command line.
 class TrackNaming {
-public:
+  public:
     virtual ~TrackNaming() = default;
     virtual QString artist(UInt32 trackCount) = 0;
     virtual QString album(UInt32 trackCount) = 0;
@@ -43,9 +42,9 @@ public:
 
 // The export panel, or the command line's progress.
 class ExportView {
-public:
+  public:
     virtual ~ExportView() = default;
-    virtual void exportStarted(UInt32 trackCount) = 0;  // spinner on, progress 0 of trackCount
+    virtual void exportStarted(UInt32 trackCount) = 0; // spinner on, progress 0 of trackCount
     virtual void setProgress(UInt32 tracksDone) = 0;
     virtual void stopSpinner() = 0;
     // The library did not answer (status of the check); the export waits and asks again.
@@ -60,18 +59,19 @@ public:
 };
 
 class LibraryExport {
-public:
+  public:
     struct Options {
-        int firstCheckSeconds = 20;  // time-out of the check before the export
-        int trackCheckSeconds = 5;   // and after each track
+        int firstCheckSeconds = 20; // time-out of the check before the export
+        int trackCheckSeconds = 5;  // and after each track
         // Between two checks that failed, so an unreachable library is not asked in a tight loop.
         std::chrono::milliseconds retryPause{2000};
     };
 
-    LibraryExport(RecordedTracks& tracks, TrackNaming& naming, ExportView& view, Capture::AlertPresenter& alerts);
-    LibraryExport(RecordedTracks& tracks, TrackNaming& naming, ExportView& view, Capture::AlertPresenter& alerts,
-                  Options options);
-    ~LibraryExport();  // waits for a running export
+    LibraryExport(RecordedTracks& tracks, TrackNaming& naming, ExportView& view,
+                  Capture::AlertPresenter& alerts);
+    LibraryExport(RecordedTracks& tracks, TrackNaming& naming, ExportView& view,
+                  Capture::AlertPresenter& alerts, Options options);
+    ~LibraryExport(); // waits for a running export
     LibraryExport(const LibraryExport&) = delete;
     LibraryExport& operator=(const LibraryExport&) = delete;
 
@@ -91,7 +91,7 @@ public:
     QString saveTrackAlbum() const;
     UInt32 saveTracks() const;
 
-private:
+  private:
     void DoITunesImportTagAndConvertThreadRoutine2(bool normalize);
     // Runs the availability check until it answers; false when stopped first.
     bool waitForLibrary(int timeoutSeconds, const char* logFormat);
@@ -101,7 +101,7 @@ private:
     void setProgress(UInt32 track);
     // Imports until the library answers after the import; false when stopped first.
     bool importTrack(UInt32 track, UInt32 firstNumber, const QString& artist, const QString& album,
-                       UInt32 trackCount, bool normalize);
+                     UInt32 trackCount, bool normalize);
 
     RecordedTracks& mTracks;
     TrackNaming& mNaming;
@@ -109,7 +109,7 @@ private:
     Capture::AlertPresenter& mAlerts;
     Options mOptions;
 
-    mutable std::mutex mSavedMutex;  // guards the three saved values
+    mutable std::mutex mSavedMutex; // guards the three saved values
     QString _saveTrackArtist;
     QString _saveTrackAlbum;
     UInt32 _saveTracks = 0;

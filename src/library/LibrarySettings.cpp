@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QSettings>
 #include <QStandardPaths>
-
 #include <mutex>
 
 namespace Tolm::Library {
@@ -17,7 +16,10 @@ std::mutex gOverrideMutex;
 std::optional<QString> gFolderOverride;
 std::optional<ImportFormat> gFormatOverride;
 
-QSettings UserSettings() { return QSettings(QStringLiteral("Tolm"), QStringLiteral("TolmAudioConverter")); }
+QSettings UserSettings()
+{
+    return QSettings(QStringLiteral("Tolm"), QStringLiteral("TolmAudioConverter"));
+}
 
 } // namespace
 
@@ -58,7 +60,10 @@ ImportFormat LibrarySettings::format()
     return ImportFormatFromName(UserSettings().value(kFormatKey).toString()).value_or(ImportFormat::Flac);
 }
 
-void LibrarySettings::setFolder(const QString& folder) { UserSettings().setValue(kFolderKey, folder); }
+void LibrarySettings::setFolder(const QString& folder)
+{
+    UserSettings().setValue(kFolderKey, folder);
+}
 
 void LibrarySettings::setFormat(ImportFormat format)
 {

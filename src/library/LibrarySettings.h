@@ -3,7 +3,6 @@
 #include "library/ImportFormat.h"
 
 #include <QString>
-
 #include <optional>
 
 namespace Tolm::Library {
@@ -12,11 +11,11 @@ namespace Tolm::Library {
 // settings; a program may override either for its own run (tolm-convert's --library and
 // --format) without touching what the user chose. Any thread.
 class LibrarySettings {
-public:
+  public:
     // The user's music folder (XDG_MUSIC_DIR) unless another was chosen.
     static QString folder();
     static bool folderIsDefault();
-    static ImportFormat format();  // FLAC unless another was chosen
+    static ImportFormat format(); // FLAC unless another was chosen
 
     static void setFolder(const QString& folder);
     static void setFormat(ImportFormat format);

@@ -11,7 +11,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryFile>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -26,17 +25,23 @@ thread_local ConversionObserver* tObserver = nullptr;
 
 const QString kIntakeName = QStringLiteral(".tolm-intake");
 
+// How long a walk's count of the filed tracks is trusted.
+constexpr auto kCountLifetime = std::chrono::minutes(10);
+
 // Intake copies this old belong to no running import: a crash or a power cut left them.
 constexpr qint64 kStaleIntakeSeconds = 24 * 60 * 60;
 
-QString ErrnoText() { return QString::fromLocal8Bit(std::strerror(errno)); }
+QString ErrnoText()
+{
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
 
 bool IsAudioFile(const QString& name)
 {
-    static const QStringList suffixes{QStringLiteral("flac"), QStringLiteral("mp3"),  QStringLiteral("ogg"),
-                                      QStringLiteral("opus"), QStringLiteral("wav"),  QStringLiteral("m4a"),
-                                      QStringLiteral("aac"),  QStringLiteral("aif"),  QStringLiteral("aiff"),
-                                      QStringLiteral("wma"),  QStringLiteral("ape"),  QStringLiteral("wv")};
+    static const QStringList suffixes{QStringLiteral("flac"), QStringLiteral("mp3"), QStringLiteral("ogg"),
+                                      QStringLiteral("opus"), QStringLiteral("wav"), QStringLiteral("m4a"),
+                                      QStringLiteral("aac"),  QStringLiteral("aif"), QStringLiteral("aiff"),
+                                      QStringLiteral("wma"),  QStringLiteral("ape"), QStringLiteral("wv")};
     return suffixes.contains(QFileInfo(name).suffix().toLower());
 }
 
@@ -53,10 +58,12 @@ void CopyFile(const QString& source, QFile& destination)
         if (got == 0)
             break;
         if (destination.write(block.constData(), got) != got)
-            throw LibraryError(QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
+            throw LibraryError(
+                QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
     }
     if (!destination.flush())
-        throw LibraryError(QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
+        throw LibraryError(
+            QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
 }
 
 QString NumberPrefix(const QString& trackNumber)
@@ -81,7 +88,10 @@ ConversionObserverScope::ConversionObserverScope(ConversionObserver& observer) :
     tObserver = &observer;
 }
 
-ConversionObserverScope::~ConversionObserverScope() { tObserver = mPrevious; }
+ConversionObserverScope::~ConversionObserverScope()
+{
+    tObserver = mPrevious;
+}
 
 MusicLibrary::MusicLibrary(QString folder, bool createIfMissing)
     : mFolder(QDir::cleanPath(std::move(folder))), mCreateIfMissing(createIfMissing)
@@ -100,7 +110,10 @@ std::shared_ptr<MusicLibrary> MusicLibrary::Current()
     return library;
 }
 
-QString MusicLibrary::intakeFolder() const { return QDir(mFolder).filePath(kIntakeName); }
+QString MusicLibrary::intakeFolder() const
+{
+    return QDir(mFolder).filePath(kIntakeName);
+}
 
 void MusicLibrary::checkAvailable() const
 {
@@ -113,12 +126,18 @@ void MusicLibrary::checkAvailable() const
     if (!info.isDir())
         throw LibraryError(QStringLiteral("The music library folder %1 is not a folder.").arg(mFolder));
     if (::access(QFile::encodeName(mFolder).constData(), W_OK | X_OK) != 0)
-        throw LibraryError(QStringLiteral("The music library folder %1 is not writable: %2").arg(mFolder, ErrnoText()));
+        throw LibraryError(
+            QStringLiteral("The music library folder %1 is not writable: %2").arg(mFolder, ErrnoText()));
 }
 
 int MusicLibrary::trackCount() const
 {
     checkAvailable();
+    {
+        std::lock_guard lock(mMutex);
+        if (mFiledCount && std::chrono::steady_clock::now() - mFiledCountTime < kCountLifetime)
+            return *mFiledCount + int(mAdded.size());
+    }
     int count = 0;
     // Hidden entries (the intake area among them) are skipped, and links are not followed,
     // so a link cycle cannot trap the walk.
@@ -127,8 +146,18 @@ int MusicLibrary::trackCount() const
         if (IsAudioFile(files.next()))
             ++count;
     }
+    // Kept even when the caller stopped waiting for it: the next question is answered at once.
     std::lock_guard lock(mMutex);
+    mFiledCount = count;
+    mFiledCountTime = std::chrono::steady_clock::now();
     return count + int(mAdded.size());
+}
+
+void MusicLibrary::adjustFiledCount(int change) const
+{
+    std::lock_guard lock(mMutex);
+    if (mFiledCount)
+        *mFiledCount += change;
 }
 
 void MusicLibrary::sweepIntakeOnce()
@@ -158,7 +187,8 @@ MusicLibrary::TrackPtr MusicLibrary::add(const QString& file)
 
     QTemporaryFile copy(QDir(intake).filePath(QStringLiteral("track-XXXXXX.") + source.suffix()));
     if (!copy.open())
-        throw LibraryError(QStringLiteral("Cannot copy %1 into the library: %2").arg(file, copy.errorString()));
+        throw LibraryError(
+            QStringLiteral("Cannot copy %1 into the library: %2").arg(file, copy.errorString()));
     CopyFile(file, copy);
     copy.close();
     copy.setAutoRemove(false);
@@ -179,17 +209,16 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
         throw LibraryError(QStringLiteral("The track is no longer in the library."));
     checkAvailable();
     const TrackTags tags = track->tags;
-    const QString artistFolder =
-        MakeFolder(mFolder, SafeNameComponent(tags.artist, UnknownArtistName()));
-    const QString albumFolder =
-        MakeFolder(artistFolder, SafeNameComponent(tags.album, UnknownAlbumName()));
+    const QString artistFolder = MakeFolder(mFolder, SafeNameComponent(tags.artist, UnknownArtistName()));
+    const QString albumFolder = MakeFolder(artistFolder, SafeNameComponent(tags.album, UnknownAlbumName()));
     const QString suffix = ImportFormatSuffix(format);
 
     // Encoded and tagged under a hidden name, then renamed: the library never shows a half
     // written track, and a failure leaves nothing behind.
     QTemporaryFile encoded(QDir(albumFolder).filePath(QStringLiteral(".tolm-XXXXXX.") + suffix));
     if (!encoded.open())
-        throw LibraryError(QStringLiteral("Cannot write into %1: %2").arg(albumFolder, encoded.errorString()));
+        throw LibraryError(
+            QStringLiteral("Cannot write into %1: %2").arg(albumFolder, encoded.errorString()));
     encoded.close();
     TrackEncoder::Progress progress;
     if (tObserver != nullptr)
@@ -199,7 +228,8 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
 
     const QString title = SafeNameComponent(tags.title, UnknownTrackName(tags.trackNumber));
     const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags.trackNumber) + title, suffix);
-    if (::rename(QFile::encodeName(encoded.fileName()).constData(), QFile::encodeName(filed).constData()) != 0) {
+    if (::rename(QFile::encodeName(encoded.fileName()).constData(), QFile::encodeName(filed).constData()) !=
+        0) {
         const QString reason = ErrnoText();
         QFile::remove(filed);
         throw LibraryError(QStringLiteral("Cannot file the track as %1: %2").arg(filed, reason));
@@ -211,6 +241,7 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
     converted->location = filed;
     converted->tags = tags;
     converted->format = format;
+    adjustFiledCount(+1);
     if (tObserver != nullptr)
         tObserver->trackFiled(filed);
     return converted;
@@ -221,6 +252,7 @@ void MusicLibrary::remove(const TrackPtr& track)
     if (track->kind == Track::Kind::Filed) {
         if (!QFile::remove(track->location))
             throw LibraryError(QStringLiteral("Cannot delete %1").arg(track->location));
+        adjustFiledCount(-1);
         return;
     }
     std::lock_guard lock(mMutex);

@@ -4,7 +4,7 @@
 #include "library/TrackTags.h"
 
 #include <QString>
-
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -14,21 +14,21 @@ namespace Tolm::Library {
 
 // Told about conversions running on the thread that installed it (see ConversionObserverScope).
 class ConversionObserver {
-public:
+  public:
     virtual ~ConversionObserver() = default;
-    virtual void conversionProgress(double fraction) = 0;  // 0..1 of the track being converted
-    virtual void trackFiled(const QString& path) = 0;      // a converted track has its final name
+    virtual void conversionProgress(double fraction) = 0; // 0..1 of the track being converted
+    virtual void trackFiled(const QString& path) = 0;     // a converted track has its final name
 };
 
 // Installs an observer for conversions on the current thread while it lives.
 class ConversionObserverScope {
-public:
+  public:
     explicit ConversionObserverScope(ConversionObserver& observer);
     ~ConversionObserverScope();
     ConversionObserverScope(const ConversionObserverScope&) = delete;
     ConversionObserverScope& operator=(const ConversionObserverScope&) = delete;
 
-private:
+  private:
     ConversionObserver* mPrevious;
 };
 
@@ -38,13 +38,13 @@ private:
 // track). Names are made safe for any file system and an existing file is never replaced.
 // Any thread; one object per folder is shared by the whole program (Current()).
 class MusicLibrary {
-public:
+  public:
     struct Track {
         enum class Kind { Added, Filed };
         Kind kind = Kind::Added;
         QString location;
         TrackTags tags;
-        std::optional<ImportFormat> format;  // of a filed track
+        std::optional<ImportFormat> format; // of a filed track
     };
     using TrackPtr = std::shared_ptr<Track>;
 
@@ -62,6 +62,8 @@ public:
     // Throws LibraryError while the folder is missing, not a folder or not writable.
     void checkAvailable() const;
     // Audio files filed in the library, plus the added tracks it holds. Throws when unavailable.
+    // The files are counted by a walk through the folder at most every few minutes: a large
+    // library on a network share takes long to walk, and the count is asked after every track.
     int trackCount() const;
 
     TrackPtr add(const QString& file);
@@ -73,14 +75,19 @@ public:
     // New tags for a track; a filed track gets them written into its file.
     void setTags(const TrackPtr& track, const TrackTags& tags);
 
-private:
+  private:
     void sweepIntakeOnce();
 
     QString mFolder;
     bool mCreateIfMissing;
+    void adjustFiledCount(int change) const;
+
     mutable std::mutex mMutex;
-    std::set<TrackPtr> mAdded;  // guarded by mMutex
-    bool mSwept = false;        // guarded by mMutex
+    std::set<TrackPtr> mAdded; // guarded by mMutex
+    bool mSwept = false;       // guarded by mMutex
+    // The last walk's count, kept up to date with what this program files; guarded by mMutex.
+    mutable std::optional<int> mFiledCount;
+    mutable std::chrono::steady_clock::time_point mFiledCountTime;
 };
 
 } // namespace Tolm::Library

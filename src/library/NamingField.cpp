@@ -2,9 +2,15 @@
 
 namespace Tolm::Library {
 
-NamingField ArtistField(unsigned trackCount) { return trackCount == 1 ? NamingField{4, 10} : NamingField{7, 51}; }
+NamingField ArtistField(unsigned trackCount)
+{
+    return trackCount == 1 ? NamingField{4, 10} : NamingField{7, 51};
+}
 
-NamingField AlbumField(unsigned trackCount) { return trackCount == 1 ? NamingField{4, 11} : NamingField{7, 52}; }
+NamingField AlbumField(unsigned trackCount)
+{
+    return trackCount == 1 ? NamingField{4, 11} : NamingField{7, 52};
+}
 
 NamingField TitleField(unsigned track, unsigned trackCount)
 {

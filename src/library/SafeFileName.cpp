@@ -5,9 +5,9 @@
 #include <QDir>
 #include <QFile>
 #include <QTextBoundaryFinder>
-
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -15,21 +15,22 @@ namespace Tolm::Library {
 
 namespace {
 
-bool IsControl(char32_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029; }
+bool IsControl(char32_t c)
+{
+    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029;
+}
 
 // Refused by FAT, exFAT, NTFS and SMB shares; "/" by every system.
 bool IsReserved(char32_t c)
 {
-    switch (c) {
-    case '/': case '\\': case ':': case '*': case '?': case '"': case '<': case '>': case '|':
-        return true;
-    default:
-        return false;
-    }
+    return std::u32string_view(U"/\\:*?\"<>|").find(c) != std::u32string_view::npos;
 }
 
 // Leading dots hide a name (or make it "." or ".."); trailing dots and blanks vanish on some systems.
-bool IsTrimmed(QChar c) { return c == QLatin1Char('.') || c.isSpace(); }
+bool IsTrimmed(QChar c)
+{
+    return c == QLatin1Char('.') || c.isSpace();
+}
 
 QString TrimEnds(QString text)
 {
@@ -57,7 +58,10 @@ QString Clean(const QString& name)
     return TrimEnds(CutToUtf8Bytes(TrimEnds(cleaned), kMaxNameBytes));
 }
 
-int Utf8Length(QStringView text) { return int(text.toUtf8().size()); }
+int Utf8Length(QStringView text)
+{
+    return int(text.toUtf8().size());
+}
 
 } // namespace
 
@@ -103,7 +107,8 @@ QString ReserveUniqueFile(const QString& folder, const QString& stem, const QStr
             return path;
         }
         if (errno != EEXIST)
-            throw LibraryError(QStringLiteral("Cannot create %1: %2").arg(path, QString::fromLocal8Bit(std::strerror(errno))));
+            throw LibraryError(QStringLiteral("Cannot create %1: %2")
+                                   .arg(path, QString::fromLocal8Bit(std::strerror(errno))));
     }
     throw LibraryError(QStringLiteral("Too many files named %1 in %2").arg(stem + extension, folder));
 }

@@ -4,7 +4,6 @@
 
 #include <QFile>
 #include <QProcess>
-
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
@@ -13,7 +12,10 @@ namespace Tolm::Library {
 
 ScriptHost::ScriptHost(ScriptSession& session) : mSession(session) {}
 
-void ScriptHost::fail(const QString& message) { mSession.engine().throwError(message); }
+void ScriptHost::fail(const QString& message)
+{
+    mSession.engine().throwError(message);
+}
 
 QString ScriptHost::PathOf(const QJSValue& file)
 {
@@ -32,7 +34,10 @@ void ScriptHost::beginTimeout(const QJSValue& seconds)
     mSession.beginTimeout(seconds.toNumber());
 }
 
-void ScriptHost::endTimeout() { mSession.endTimeout(); }
+void ScriptHost::endTimeout()
+{
+    mSession.endTimeout();
+}
 
 void ScriptHost::removeFile(const QJSValue& file)
 {
@@ -71,7 +76,8 @@ QJSValue ScriptHost::runProgram(const QJSValue& program, const QJSValue& argumen
     }
     int waitMs = -1;
     if (const auto until = mSession.deadline()) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*until - ScriptSession::Clock::now());
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(*until - ScriptSession::Clock::now());
         waitMs = int(std::max<long long>(left.count(), 0));
     }
     if (!process.waitForFinished(waitMs)) {

@@ -13,7 +13,7 @@ class ScriptSession;
 // so nothing a user typed into a name can become a command.
 class ScriptHost : public QObject {
     Q_OBJECT
-public:
+  public:
     explicit ScriptHost(ScriptSession& session);
 
     Q_INVOKABLE void beginTimeout(const QJSValue& seconds);
@@ -26,7 +26,7 @@ public:
     // `file` is neither.
     static QString PathOf(const QJSValue& file);
 
-private:
+  private:
     void fail(const QString& message);
 
     ScriptSession& mSession;

@@ -10,7 +10,10 @@ namespace Tolm::Library {
 
 ScriptLibrary::ScriptLibrary(ScriptSession& session) : mSession(session), mLibrary(MusicLibrary::Current()) {}
 
-void ScriptLibrary::fail(const QString& message) { mSession.engine().throwError(message); }
+void ScriptLibrary::fail(const QString& message)
+{
+    mSession.engine().throwError(message);
+}
 
 QJSValue ScriptLibrary::wrap(MusicLibrary::TrackPtr track)
 {

@@ -4,7 +4,6 @@
 
 #include <QJSValue>
 #include <QObject>
-
 #include <memory>
 
 namespace Tolm::Library {
@@ -17,7 +16,7 @@ class ScriptLibrary : public QObject {
     Q_OBJECT
     Q_PROPERTY(int trackCount READ trackCount)
     Q_PROPERTY(QString folder READ folder)
-public:
+  public:
     explicit ScriptLibrary(ScriptSession& session);
 
     int trackCount();
@@ -28,7 +27,7 @@ public:
     Q_INVOKABLE QJSValue convert(const QJSValue& track);
     Q_INVOKABLE void remove(const QJSValue& track);
 
-private:
+  private:
     MusicLibrary::TrackPtr trackOf(const QJSValue& value, const char* function);
     QJSValue wrap(MusicLibrary::TrackPtr track);
     void fail(const QString& message);

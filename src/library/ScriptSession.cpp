@@ -40,8 +40,7 @@ const char* const kDictionary = R"JS(
 } // namespace
 
 ScriptSession::ScriptSession()
-    : mEngine(std::make_unique<QJSEngine>()),
-      mHost(std::make_unique<ScriptHost>(*this)),
+    : mEngine(std::make_unique<QJSEngine>()), mHost(std::make_unique<ScriptHost>(*this)),
       mLibrary(std::make_unique<ScriptLibrary>(*this))
 {
     // Owned here: the engine must not collect them.
@@ -52,7 +51,8 @@ ScriptSession::ScriptSession()
     library.setProperty(QStringLiteral("delete"), library.property(QStringLiteral("remove")));
     global.setProperty(QStringLiteral("library"), library);
 
-    const QJSValue functions = mEngine->evaluate(QString::fromUtf8(kDictionary)).call({mEngine->newQObject(mHost.get())});
+    const QJSValue functions =
+        mEngine->evaluate(QString::fromUtf8(kDictionary)).call({mEngine->newQObject(mHost.get())});
     for (const char* name : {"withTimeout", "posixFile", "removeFile", "runProgram"})
         global.setProperty(QString::fromLatin1(name), functions.property(QString::fromLatin1(name)));
 }
@@ -72,7 +72,8 @@ ScriptSession::~ScriptSession()
 
 void ScriptSession::beginTimeout(double seconds)
 {
-    const auto length = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(std::max(seconds, 0.0)));
+    const auto length =
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(std::max(seconds, 0.0)));
     {
         std::lock_guard lock(mMutex);
         mDeadlines.push_back(Clock::now() + length);

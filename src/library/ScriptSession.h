@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QJSEngine>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -25,7 +24,7 @@ struct ScriptTimedOut {};
 // watchdog that enforces the time-outs the script opens with withTimeout(). Nothing is
 // shared between sessions. Lives on the thread that runs the script.
 class ScriptSession {
-public:
+  public:
     using Clock = std::chrono::steady_clock;
 
     ScriptSession();
@@ -46,10 +45,9 @@ public:
     // Runs `work`, which may block in the kernel (a library folder on a network share that
     // stopped answering): inside a time-out it runs on a helper thread, and the script gets
     // on with a time-out when the deadline passes first (the helper is left to finish alone).
-    template <class T>
-    T runBounded(std::function<T()> work);
+    template <class T> T runBounded(std::function<T()> work);
 
-private:
+  private:
     void watch();
 
     std::unique_ptr<QJSEngine> mEngine;
@@ -58,14 +56,13 @@ private:
 
     mutable std::mutex mMutex;
     std::condition_variable mChanged;
-    std::vector<Clock::time_point> mDeadlines;  // one per open time-out, guarded by mMutex
-    bool mStopping = false;                     // guarded by mMutex
+    std::vector<Clock::time_point> mDeadlines; // one per open time-out, guarded by mMutex
+    bool mStopping = false;                    // guarded by mMutex
     std::atomic<bool> mTimedOut{false};
-    std::thread mWatchdog;  // started with the first time-out
+    std::thread mWatchdog; // started with the first time-out
 };
 
-template <class T>
-T ScriptSession::runBounded(std::function<T()> work)
+template <class T> T ScriptSession::runBounded(std::function<T()> work)
 {
     const auto until = deadline();
     if (!until)

@@ -4,7 +4,6 @@
 
 #include <QObject>
 #include <QString>
-
 #include <memory>
 
 namespace Tolm::Library {
@@ -17,7 +16,7 @@ class ScriptTrack : public QObject {
     Q_PROPERTY(QString name READ name WRITE setName)
     Q_PROPERTY(QString trackNumber READ trackNumber WRITE setTrackNumber)
     Q_PROPERTY(QString location READ location)
-public:
+  public:
     ScriptTrack(std::shared_ptr<MusicLibrary> library, MusicLibrary::TrackPtr track);
 
     QString artist() const { return mTrack->tags.artist; }
@@ -33,7 +32,7 @@ public:
 
     const MusicLibrary::TrackPtr& track() const { return mTrack; }
 
-private:
+  private:
     void update(TrackTags tags);
 
     std::shared_ptr<MusicLibrary> mLibrary;

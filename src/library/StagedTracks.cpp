@@ -4,12 +4,10 @@
 
 #include <QDir>
 #include <QFile>
-
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <sndfile.h>
 #include <vector>
 
 namespace Tolm::Library {
@@ -42,12 +40,14 @@ void StagedTracks::stage(const QString& source, long long firstFrame, long long 
     SF_INFO inInfo{};
     SndfileHandle in(sf_open(QFile::encodeName(source).constData(), SFM_READ, &inInfo));
     if (!in)
-        throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(nullptr))));
+        throw LibraryError(
+            QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(nullptr))));
     firstFrame = std::clamp<long long>(firstFrame, 0, inInfo.frames);
     const long long available = inInfo.frames - firstFrame;
     const long long wanted = frames < 0 ? available : std::min(frames, available);
     if (firstFrame > 0 && sf_seek(in.get(), firstFrame, SEEK_SET) < 0)
-        throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(in.get()))));
+        throw LibraryError(
+            QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(in.get()))));
 
     const QString path = fileNameForTrack(mCount + 1);
     SF_INFO outInfo{};
@@ -56,7 +56,8 @@ void StagedTracks::stage(const QString& source, long long firstFrame, long long 
     outInfo.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     SndfileHandle out(sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &outInfo));
     if (!out)
-        throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(nullptr))));
+        throw LibraryError(
+            QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(nullptr))));
 
     std::vector<float> block(size_t(kBlockFrames) * size_t(inInfo.channels));
     for (long long done = 0; done < wanted;) {
@@ -67,7 +68,8 @@ void StagedTracks::stage(const QString& source, long long firstFrame, long long 
         for (size_t i = 0; i < size_t(got) * size_t(inInfo.channels); ++i)
             mPeak = std::max(mPeak, std::fabs(block[i]));
         if (sf_writef_float(out.get(), block.data(), got) != got)
-            throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(out.get()))));
+            throw LibraryError(
+                QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(out.get()))));
         done += got;
         if (progress)
             progress(double(done) / double(wanted));

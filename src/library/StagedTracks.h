@@ -5,7 +5,6 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
-
 #include <functional>
 
 namespace Tolm::Library {
@@ -15,8 +14,8 @@ namespace Tolm::Library {
 // format of a recorded track, so the export may delete it without touching the original.
 // The folder goes with the object.
 class StagedTracks final : public RecordedTracks {
-public:
-    StagedTracks();  // throws LibraryError when no temporary folder can be made
+  public:
+    StagedTracks(); // throws LibraryError when no temporary folder can be made
 
     // Adds frames [firstFrame, firstFrame + frames) of `source` as the next track; frames < 0
     // means to the end. Throws LibraryError with a message for people.
@@ -31,7 +30,7 @@ public:
     QString fileNameForTrack(UInt32 track) override;
     void resetTrackCounter() override { mCount = 0; }
 
-private:
+  private:
     QTemporaryDir mFolder;
     UInt32 mCount = 0;
     float mPeak = 0.0f;

@@ -3,11 +3,9 @@
 #include "library/LibraryError.h"
 
 #include <QFile>
-
+#include <memory>
 #include <samplerate.h>
 #include <sndfile.h>
-
-#include <memory>
 #include <vector>
 
 namespace Tolm::Library {
@@ -26,7 +24,10 @@ struct ResamplerDeleter {
 };
 using ResamplerHandle = std::unique_ptr<SRC_STATE, ResamplerDeleter>;
 
-QString SndfileError(SNDFILE* file) { return QString::fromUtf8(sf_strerror(file)); }
+QString SndfileError(SNDFILE* file)
+{
+    return QString::fromUtf8(sf_strerror(file));
+}
 
 void SetEncoderQuality(SNDFILE* file, ImportFormat format)
 {
@@ -34,12 +35,12 @@ void SetEncoderQuality(SNDFILE* file, ImportFormat format)
     case ImportFormat::Mp3: {
         int mode = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
-        double level = 0.2;  // roughly LAME's V2, transparent for most listeners
+        double level = 0.2; // roughly LAME's V2, transparent for most listeners
         sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
         break;
     }
     case ImportFormat::OggVorbis: {
-        double quality = 0.6;  // Vorbis q6, about 192 kbit/s
+        double quality = 0.6; // Vorbis q6, about 192 kbit/s
         sf_command(file, SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
         break;
     }
@@ -57,7 +58,7 @@ void SetEncoderQuality(SNDFILE* file, ImportFormat format)
 }
 
 class Writer {
-public:
+  public:
     Writer(SNDFILE* file, const QString& destination) : mFile(file), mDestination(destination) {}
 
     void Write(const float* samples, sf_count_t frames)
@@ -70,7 +71,7 @@ public:
     }
     long long Frames() const { return mFrames; }
 
-private:
+  private:
     SNDFILE* mFile;
     QString mDestination;
     long long mFrames = 0;
@@ -78,11 +79,12 @@ private:
 
 } // namespace
 
-TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& destination, ImportFormat format,
-                                          const Progress& progress)
+TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& destination,
+                                          ImportFormat format, const Progress& progress)
 {
     if (!ImportFormatAvailable(format))
-        throw LibraryError(QStringLiteral("This system cannot encode %1 files.").arg(ImportFormatName(format).toUpper()));
+        throw LibraryError(
+            QStringLiteral("This system cannot encode %1 files.").arg(ImportFormatName(format).toUpper()));
 
     SF_INFO inInfo{};
     SndfileHandle in(sf_open(QFile::encodeName(source).constData(), SFM_READ, &inInfo));
@@ -90,7 +92,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
         throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(nullptr)));
     const int channels = inInfo.channels;
     if (format == ImportFormat::Mp3 && channels > 2)
-        throw LibraryError(QStringLiteral("MP3 holds at most two channels; %1 has %2.").arg(source).arg(channels));
+        throw LibraryError(
+            QStringLiteral("MP3 holds at most two channels; %1 has %2.").arg(source).arg(channels));
 
     SF_INFO outInfo{};
     outInfo.samplerate = StoredSampleRate(format, inInfo.samplerate);
@@ -107,7 +110,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
         int error = 0;
         resampler.reset(src_new(SRC_SINC_MEDIUM_QUALITY, channels, &error));
         if (!resampler)
-            throw LibraryError(QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
+            throw LibraryError(
+                QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
     }
 
     std::vector<float> input(size_t(kBlockFrames) * size_t(channels));
@@ -134,7 +138,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
                 data.data_out = output.data();
                 data.output_frames = long(outBlockFrames);
                 if (const int error = src_process(resampler.get(), &data))
-                    throw LibraryError(QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
+                    throw LibraryError(
+                        QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
                 writer.Write(output.data(), data.output_frames_gen);
                 data.data_in += data.input_frames_used * channels;
                 data.input_frames -= data.input_frames_used;
@@ -145,7 +150,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     }
 
     if (const int error = sf_close(out.release()))
-        throw LibraryError(QStringLiteral("Cannot finish %1: %2").arg(destination, QString::fromUtf8(sf_error_number(error))));
+        throw LibraryError(QStringLiteral("Cannot finish %1: %2")
+                               .arg(destination, QString::fromUtf8(sf_error_number(error))));
     return {outInfo.samplerate, writer.Frames()};
 }
 

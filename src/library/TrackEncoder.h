@@ -3,7 +3,6 @@
 #include "library/ImportFormat.h"
 
 #include <QString>
-
 #include <functional>
 
 namespace Tolm::Library {
@@ -11,7 +10,7 @@ namespace Tolm::Library {
 // Turns a recorded track (any file libsndfile reads) into a file of an import format,
 // resampled only where the format cannot hold the track's rate.
 class TrackEncoder {
-public:
+  public:
     struct Result {
         int sampleRate;
         long long frames;

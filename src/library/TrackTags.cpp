@@ -4,7 +4,7 @@
 #include "library/LibraryError.h"
 
 #include <QFile>
-
+#include <memory>
 #include <taglib/fileref.h>
 #include <taglib/flacfile.h>
 #include <taglib/mpegfile.h>
@@ -13,15 +13,19 @@
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 
-#include <memory>
-
 namespace Tolm::Library {
 
 namespace {
 
-TagLib::String ToTagLib(const QString& text) { return TagLib::String(text.toStdString(), TagLib::String::UTF8); }
+TagLib::String ToTagLib(const QString& text)
+{
+    return TagLib::String(text.toStdString(), TagLib::String::UTF8);
+}
 
-QString FromTagLib(const TagLib::String& text) { return QString::fromStdString(text.to8Bit(true)); }
+QString FromTagLib(const TagLib::String& text)
+{
+    return QString::fromStdString(text.to8Bit(true));
+}
 
 std::unique_ptr<TagLib::File> OpenForTagging(const QByteArray& name, ImportFormat format)
 {
@@ -48,16 +52,23 @@ QString UnknownTrackName(const QString& trackNumber)
     return text.contains(QLatin1String("%1")) ? text.arg(trackNumber) : text;
 }
 
-QString UnknownArtistName() { return Localized("IDS_UNKNOWN_ARTIST"); }
+QString UnknownArtistName()
+{
+    return Localized("IDS_UNKNOWN_ARTIST");
+}
 
-QString UnknownAlbumName() { return Localized("IDS_UNKNOWN_ALBUM"); }
+QString UnknownAlbumName()
+{
+    return Localized("IDS_UNKNOWN_ALBUM");
+}
 
 void WriteTrackTags(const QString& path, ImportFormat format, const TrackTags& tags)
 {
     const QByteArray name = QFile::encodeName(path);
     auto file = OpenForTagging(name, format);
     if (!file || !file->isValid())
-        throw LibraryError(QStringLiteral("Cannot tag %1: not a readable %2 file").arg(path, ImportFormatName(format)));
+        throw LibraryError(
+            QStringLiteral("Cannot tag %1: not a readable %2 file").arg(path, ImportFormatName(format)));
 
     TagLib::PropertyMap properties = file->properties();
     properties.replace("ARTIST", TagLib::StringList(ToTagLib(tags.artist)));
@@ -87,7 +98,8 @@ std::optional<TrackTags> ReadTrackTags(const QString& path)
     const TagLib::PropertyMap properties = ref.file()->properties();
     auto first = [&properties](const char* key) {
         const auto found = properties.find(key);
-        return found == properties.end() || found->second.isEmpty() ? QString() : FromTagLib(found->second.front());
+        return found == properties.end() || found->second.isEmpty() ? QString()
+                                                                    : FromTagLib(found->second.front());
     };
     return TrackTags{first("ARTIST"), first("ALBUM"), first("TITLE"), first("TRACKNUMBER")};
 }

@@ -3,7 +3,6 @@
 #include "library/ImportFormat.h"
 
 #include <QString>
-
 #include <optional>
 
 namespace Tolm::Library {
@@ -13,7 +12,7 @@ struct TrackTags {
     QString artist;
     QString album;
     QString title;
-    QString trackNumber;  // text, as typed or counted ("7")
+    QString trackNumber; // text, as typed or counted ("7")
 
     friend bool operator==(const TrackTags&, const TrackTags&) = default;
 };

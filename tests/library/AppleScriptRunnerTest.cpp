@@ -1,11 +1,11 @@
-#include "LibraryTestSupport.h"
 #include "library/AppleScriptRunner.h"
+
+#include "LibraryTestSupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-
 #include <gtest/gtest.h>
 
 using namespace Tolm::Library;
@@ -51,7 +51,8 @@ TEST(AppleScriptRunner, SyntaxErrorReturnsCompileStatusAndLeavesResultAlone)
 TEST(AppleScriptRunner, RuntimeErrorsReturnScriptErrorWithTheMessage)
 {
     ScriptResultDescriptor result;
-    EXPECT_EQ(RunScript(QStringLiteral("var x = 1;\nthrow new Error(\"library gone\");"), &result), kScriptError);
+    EXPECT_EQ(RunScript(QStringLiteral("var x = 1;\nthrow new Error(\"library gone\");"), &result),
+              kScriptError);
     EXPECT_EQ(result.descriptorType, typeText);
     EXPECT_EQ(result.text, QStringLiteral("library gone"));
 
@@ -79,34 +80,40 @@ TEST(AppleScriptRunner, AScriptPastItsTimeoutIsStopped)
     ScriptResultDescriptor result{typeText, QStringLiteral("old")};
     QElapsedTimer clock;
     clock.start();
-    EXPECT_EQ(RunScript(QStringLiteral("withTimeout(0.2, function () { for (;;) {} });"), &result), kTimeoutError);
+    EXPECT_EQ(RunScript(QStringLiteral("withTimeout(0.2, function () { for (;;) {} });"), &result),
+              kTimeoutError);
     EXPECT_EQ(result.descriptorType, typeNull);
     // No timing assert beyond "it came back"; a loaded machine may take its time.
     EXPECT_LT(clock.elapsed(), 60'000);
 
     // Catching does not help a script that has run out of time.
-    EXPECT_EQ(RunScript(QStringLiteral("try { withTimeout(0.1, function () { for (;;) {} }); } catch (e) {} 'went on'")),
+    EXPECT_EQ(RunScript(QStringLiteral(
+                  "try { withTimeout(0.1, function () { for (;;) {} }); } catch (e) {} 'went on'")),
               kTimeoutError);
     // Inside its time-out a script finishes normally, and the time-out ends with it.
-    EXPECT_EQ(RunScript(QStringLiteral("withTimeout(20, function () { return 1; }); var i = 0; while (i < 100000) ++i; i"),
+    EXPECT_EQ(
+        RunScript(QStringLiteral(
+                      "withTimeout(20, function () { return 1; }); var i = 0; while (i < 100000) ++i; i"),
                   &result),
-              noErr);
+        noErr);
     EXPECT_EQ(result.text, QStringLiteral("100000"));
     EXPECT_EQ(RunScript(QStringLiteral("withTimeout(\"soon\", function () {})")), kScriptError);
 }
 
 TEST(AppleScriptRunner, AProgramPastTheTimeoutIsStopped)
 {
-    EXPECT_EQ(RunScript(QStringLiteral("withTimeout(0.3, function () { runProgram(\"sleep\", [\"30\"]); });")),
-              kTimeoutError);
+    EXPECT_EQ(
+        RunScript(QStringLiteral("withTimeout(0.3, function () { runProgram(\"sleep\", [\"30\"]); });")),
+        kTimeoutError);
 }
 
 TEST(AppleScriptRunner, ProgramsRunWithArgumentsNeverThroughAShell)
 {
     QTemporaryDir folder;
     ScriptResultDescriptor result;
-    const QString script = QStringLiteral("runProgram(\"echo\", [\"a  b\", \"$(touch %1/pwned)\", \"`touch %1/pwned`\", \";\"])")
-                               .arg(folder.path());
+    const QString script =
+        QStringLiteral("runProgram(\"echo\", [\"a  b\", \"$(touch %1/pwned)\", \"`touch %1/pwned`\", \";\"])")
+            .arg(folder.path());
     EXPECT_EQ(RunScript(script, &result), noErr);
     EXPECT_EQ(result.text, QStringLiteral("a  b $(touch %1/pwned) `touch %1/pwned` ;").arg(folder.path()));
     EXPECT_FALSE(QFileInfo::exists(folder.filePath(QStringLiteral("pwned"))));
@@ -121,12 +128,15 @@ TEST(AppleScriptRunner, RemoveFileRemovesFilesOnly)
     QTemporaryDir folder;
     const QString file = folder.filePath(QStringLiteral("it's \"here\".wav"));
     QFile(file).open(QIODevice::WriteOnly);
-    const QString path = QString(file).replace(QLatin1String("\\"), QLatin1String("\\\\")).replace(QLatin1String("\""), QLatin1String("\\\""));
+    const QString path = QString(file)
+                             .replace(QLatin1String("\\"), QLatin1String("\\\\"))
+                             .replace(QLatin1String("\""), QLatin1String("\\\""));
     EXPECT_EQ(RunScript(QStringLiteral("removeFile(posixFile(\"%1\"))").arg(path)), noErr);
     EXPECT_FALSE(QFileInfo::exists(file));
 
     ScriptResultDescriptor result;
-    EXPECT_EQ(RunScript(QStringLiteral("removeFile(\"%1\")").arg(path), &result), kScriptError);  // gone already
+    EXPECT_EQ(RunScript(QStringLiteral("removeFile(\"%1\")").arg(path), &result),
+              kScriptError); // gone already
     EXPECT_TRUE(result.text.contains(QStringLiteral("Cannot remove")));
     EXPECT_EQ(RunScript(QStringLiteral("removeFile(\"%1\")").arg(folder.path())), kScriptError);
     EXPECT_TRUE(QFileInfo(folder.path()).isDir());

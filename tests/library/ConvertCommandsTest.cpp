@@ -6,11 +6,9 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-
+#include <cmath>
 #include <gtest/gtest.h>
 #include <sndfile.h>
-
-#include <cmath>
 #include <vector>
 
 using Tolm::Library::ReadTrackTags;
@@ -23,12 +21,12 @@ namespace {
 
 struct Result {
     int exitCode = -1;
-    QStringList lines;  // standard output
+    QStringList lines; // standard output
     QString errors;
 };
 
 class ConvertCommandsTest : public ::testing::Test {
-protected:
+  protected:
     Result run(const QStringList& arguments)
     {
         QProcess process;
@@ -37,7 +35,8 @@ protected:
         EXPECT_TRUE(process.waitForFinished(240'000));
         Result result;
         result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        result.lines = QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        result.lines =
+            QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         result.errors = QString::fromUtf8(process.readAllStandardError());
         return result;
     }
@@ -60,7 +59,8 @@ protected:
             for (long i = 0; i < long(seconds * 44100); ++i) {
                 noise = noise * 1664525u + 1013904223u;
                 const float hiss = (float(noise >> 8) / float(1u << 24) - 0.5f);
-                const float music = gap ? 0.0f : 0.3f * float(std::sin(2 * M_PI * 330.0 * i / 44100.0)) + 0.2f * hiss;
+                const float music =
+                    gap ? 0.0f : 0.3f * float(std::sin(2 * M_PI * 330.0 * i / 44100.0)) + 0.2f * hiss;
                 frame[0] = frame[1] = music + 0.0005f * hiss;
                 sf_writef_float(file, frame.data(), 1);
             }
@@ -81,10 +81,11 @@ TEST_F(ConvertCommandsTest, ImportFilesHostileNamesIntoANewLibrary)
     const QString artist = QStringLiteral("The \"Best\" $(touch pwned)");
     const QString album = QStringLiteral("`touch pwned` / ..");
     const QString first = QString::fromUtf8("Line\nbreak \xf0\x9f\x8e\xb8 \\");
-    const Result result = run({QStringLiteral("import"), QStringLiteral("--artist"), artist, QStringLiteral("--album"),
-                               album, QStringLiteral("--title"), first, QStringLiteral("--library"),
-                               QStringLiteral("Music"), QStringLiteral("--format"), QStringLiteral("ogg"),
-                               QStringLiteral("one.wav"), QStringLiteral("two.wav")});
+    const Result result =
+        run({QStringLiteral("import"), QStringLiteral("--artist"), artist, QStringLiteral("--album"), album,
+             QStringLiteral("--title"), first, QStringLiteral("--library"), QStringLiteral("Music"),
+             QStringLiteral("--format"), QStringLiteral("ogg"), QStringLiteral("one.wav"),
+             QStringLiteral("two.wav")});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     ASSERT_EQ(result.lines.size(), 2);
     EXPECT_EQ(ReadTrackTags(result.lines[0]), (TrackTags{artist, album, first, QStringLiteral("1")}));
@@ -111,12 +112,13 @@ TEST_F(ConvertCommandsTest, BadInputIsRefusedBeforeTheLibraryIsTouched)
     EXPECT_TRUE(result.errors.contains(QStringLiteral("notes.txt"))) << result.errors.toStdString();
     EXPECT_TRUE(FilesBelow(path(QStringLiteral("Music"))).isEmpty());
 
-    result = run({QStringLiteral("import"), QStringLiteral("--format"), QStringLiteral("aiff"), QStringLiteral("good.wav")});
+    result = run({QStringLiteral("import"), QStringLiteral("--format"), QStringLiteral("aiff"),
+                  QStringLiteral("good.wav")});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.errors.contains(QStringLiteral("flac"))) << "names the formats there are";
 
-    result = run({QStringLiteral("import"), QStringLiteral("--title"), QStringLiteral("a"), QStringLiteral("--title"),
-                  QStringLiteral("b"), QStringLiteral("good.wav")});
+    result = run({QStringLiteral("import"), QStringLiteral("--title"), QStringLiteral("a"),
+                  QStringLiteral("--title"), QStringLiteral("b"), QStringLiteral("good.wav")});
     EXPECT_EQ(result.exitCode, 2);
 }
 
@@ -140,7 +142,8 @@ TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
         EXPECT_LE(seconds, lengths[i] + 6.0) << "track " << i + 1;
     }
 
-    result = run({QStringLiteral("split"), QStringLiteral("side.wav"), QStringLiteral("--out"), QStringLiteral("cut")});
+    result = run({QStringLiteral("split"), QStringLiteral("side.wav"), QStringLiteral("--out"),
+                  QStringLiteral("cut")});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(FilesBelow(path(QStringLiteral("cut"))).size(), 3);
     EXPECT_TRUE(QFileInfo::exists(path(QStringLiteral("side.wav"))));

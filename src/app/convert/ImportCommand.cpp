@@ -11,7 +11,6 @@
 #include "library/StagedTracks.h"
 
 #include <QCoreApplication>
-
 #include <cstdio>
 
 namespace Tolm::Convert {
@@ -76,14 +75,15 @@ int RunImport(const std::vector<std::string>& args)
     }
 
     ProgressBar converting("Converting");
-    const auto outcome = import->exportTracks(*tracks, normalize,
-                                              {[&](double fraction) { converting.Update(fraction); },
-                                               [] { return StopRequested(); }});
+    const auto outcome = import->exportTracks(
+        *tracks, normalize,
+        {[&](double fraction) { converting.Update(fraction); }, [] { return StopRequested(); }});
     converting.Finish();
     for (const QString& path : outcome.filed)
         std::printf("%s\n", qPrintable(path));
     std::fprintf(stderr, "%lld of %zu track%s added to %s.\n", static_cast<long long>(outcome.filed.size()),
-                 files->size(), files->size() == 1 ? "" : "s", qPrintable(Library::LibrarySettings::folder()));
+                 files->size(), files->size() == 1 ? "" : "s",
+                 qPrintable(Library::LibrarySettings::folder()));
     return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
 }
 

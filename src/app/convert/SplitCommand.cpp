@@ -15,7 +15,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-
 #include <cerrno>
 #include <cstdio>
 
@@ -45,7 +44,8 @@ int WriteTrackFiles(Library::StagedTracks& tracks, const Library::ConsoleImport&
     }
     for (UInt32 i = 1; i <= tracks.numRecordedTracks(); ++i) {
         const QString number = QString::number(i);
-        const QString title = i <= UInt32(names.names.titles.size()) ? names.names.titles.at(i - 1) : QString();
+        const QString title =
+            i <= UInt32(names.names.titles.size()) ? names.names.titles.at(i - 1) : QString();
         const QString stem = QStringLiteral("%1 ").arg(i, 2, 10, QLatin1Char('0')) +
                              Library::SafeNameComponent(title, Library::UnknownTrackName(number));
         try {
@@ -155,9 +155,9 @@ int RunSplit(const std::vector<std::string>& args)
         return WriteTrackFiles(*tracks, *import, out ? QString::fromStdString(*out) : QDir::currentPath());
 
     ProgressBar converting("Converting    ");
-    const auto outcome = import->exportTracks(*tracks, false,
-                                              {[&](double fraction) { converting.Update(fraction); },
-                                               [] { return StopRequested(); }});
+    const auto outcome = import->exportTracks(
+        *tracks, false,
+        {[&](double fraction) { converting.Update(fraction); }, [] { return StopRequested(); }});
     converting.Finish();
     for (const QString& path : outcome.filed)
         std::printf("%s\n", qPrintable(path));
@@ -167,10 +167,11 @@ int RunSplit(const std::vector<std::string>& args)
     return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
 }
 
-const Registration reg{{"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
-                        "split FILE [--artist A] [--album B] [--title T]... [--eq none|riaa|riaa-bass|chrome] "
-                        "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav]]",
-                        &RunSplit}};
+const Registration reg{
+    {"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
+     "split FILE [--artist A] [--album B] [--title T]... [--eq none|riaa|riaa-bass|chrome] "
+     "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav]]",
+     &RunSplit}};
 
 } // namespace
 
