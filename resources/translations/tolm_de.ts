@@ -73,11 +73,11 @@
     </message>
     <message>
         <source>IDS_BUTTON_RECORD</source>
-        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Aufnehmen&lt;/p&gt;</translation>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;&lt;span style="font-size:13px;"&gt;●&lt;/span&gt;&amp;nbsp;&amp;nbsp;Aufnehmen&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_STOP</source>
-        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Stopp&lt;/p&gt;</translation>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;&lt;span style="font-size:12px; color:#ff6b63;"&gt;■&lt;/span&gt;&amp;nbsp;&amp;nbsp;Stopp&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_NEWTRACK</source>
@@ -137,7 +137,7 @@
     </message>
     <message>
         <source>IDS_TAB2_TEXT</source>
-        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Spielen Sie die lauteste Stelle Ihrer Platte oder Kassette ab und hören Sie zu. Schieben Sie den Regler, bis die Balken weit nach oben reichen, die Lämpchen darüber aber dunkel bleiben.&lt;/p&gt;&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Gehen Sie dann zum Anfang der Seite zurück und klicken Sie auf „Aufnehmen“.&lt;/p&gt;</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Spielen Sie die lauteste Stelle ab und stellen Sie den Regler so ein, dass die Balken weit nach oben reichen und die Lämpchen darüber dunkel bleiben. Gehen Sie dann zum Anfang der Seite zurück und klicken Sie auf „Aufnehmen“.&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB2_GAIN</source>

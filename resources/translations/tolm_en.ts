@@ -73,11 +73,11 @@
     </message>
     <message>
         <source>IDS_BUTTON_RECORD</source>
-        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Record&lt;/p&gt;</translation>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;&lt;span style="font-size:13px;"&gt;●&lt;/span&gt;&amp;nbsp;&amp;nbsp;Record&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_STOP</source>
-        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;Stop&lt;/p&gt;</translation>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#ffffff;"&gt;&lt;span style="font-size:12px; color:#ff6b63;"&gt;■&lt;/span&gt;&amp;nbsp;&amp;nbsp;Stop&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_NEWTRACK</source>
@@ -137,7 +137,7 @@
     </message>
     <message>
         <source>IDS_TAB2_TEXT</source>
-        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Play the loudest part of your record or tape and listen. Move the slider until the bars reach high up while the lights above them stay dark.&lt;/p&gt;&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Then go back to the start of the side and press Record.&lt;/p&gt;</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Play the loudest part of your record or tape and listen. Set the slider so that the bars reach high up while the lights above them stay dark. Then go back to the start of the side and press Record.&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB2_GAIN</source>

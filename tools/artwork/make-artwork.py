@@ -157,7 +157,7 @@ def button_set(name, w, h, looks, icon):
 
 
 def buttons():
-    w, h = 132, 40
+    w, h = 148, 40
     dark = {'normal': (SLATE[0], SLATE[1], SLATE[2], '#ffffff')}
     light = {'normal': ('#ffffff', '#f1eee9', '#c4beb5', INK)}
     for tint, (t1, t2, tb, lf, lb, _) in TINTS.items():
@@ -165,16 +165,15 @@ def buttons():
         light[tint] = (lf, lf, lb, INK)
     button_set('btn_Next', w, h, dark, lambda ink: chevron(w - 20, h / 2 - 0.5, 'right', ink))
     button_set('btn_Back', 124, h, light, lambda ink: chevron(18, h / 2 - 0.5, 'left', ink))
-    button_set('btn_Stop', w, h, dark,
-               lambda ink: f'<rect x="16" y="{h / 2 - 6.5}" width="11" height="11" rx="2" fill="#ff6b63"/>')
+    # Record and Stop carry their symbol in the caption, so long words never run into it.
+    button_set('btn_Stop', w, h, dark, lambda ink: '')
     button_set('btn_NewTrack', 172, h, light,
                lambda ink: f'<path d="M20,{h / 2 - 6.5} v12 M14,{h / 2 - 0.5} h12" stroke="{ink}" '
                            'stroke-width="2.2" stroke-linecap="round"/>')
     red = {'normal': ('#e5484a', '#c23335', '#a4282a', '#ffffff'),
            'Aqua': ('#c23335', '#a4282a', '#8a1f21', '#ffffff'),
            'Graphite': ('#b9393b', '#992b2d', '#83232a', '#ffffff')}
-    button_set('btn_Record', w, h, red,
-               lambda ink: f'<circle cx="22" cy="{h / 2 - 0.5}" r="6" fill="{ink}"/>')
+    button_set('btn_Record', w, h, red, lambda ink: '')
 
     # Round help button in the button bar.
     def help_icon(ink):
