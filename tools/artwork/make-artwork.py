@@ -122,10 +122,8 @@ def backgrounds():
     background('dlg_Recording', ('#8a2a2e', '#5f1a1f'),
                accent=f'<rect x="1" y="{HEADER_BOTTOM - 3}" width="{W - 2}" height="3" fill="#ff5a52"/>' + rec,
                extra=meter_well())
-    mark = (f'<g opacity="0.09" fill="#ffffff"><path d="M{W - 196},62 a28,28 0 1 1 42,24 c-9,5 -12,9 -12,18 '
-            f'v4 h-16 v-6 c0,-13 5,-19 16,-26 a13,13 0 1 0 -18,-14 z"/>'
-            f'<circle cx="{W - 174}" cy="124" r="9"/></g>')
-    background('dlg_Question', ('#2a5563', '#1d3f4a'), accent=mark)
+    background('dlg_Question', ('#2a5563', '#1d3f4a'),
+               accent=f'<rect x="1" y="{HEADER_BOTTOM - 3}" width="{W - 2}" height="3" fill="#e8893a"/>')
 
 
 # Buttons ---------------------------------------------------------------------------------
@@ -293,7 +291,7 @@ def tiles():
                    f'<text x="{tw / 2 + 40}" y="{58 + 34}" text-anchor="end">II</text></g>')
     tile_set('tile_ChromeTape', tw, th,
              cassette(tw / 2, 58, 1.0, label='#d9dde3', stripe='#5b6b85', shell='#1f242b', mark=chrome_mark))
-    answer_set('btn_Answer', 200, 52)
+    answer_set('btn_Answer', 232, 52)
 
 
 # Pictures --------------------------------------------------------------------------------
