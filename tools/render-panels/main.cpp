@@ -2,12 +2,15 @@
 // so the artwork and the texts can be looked at together without going through a recording.
 //
 //   tolm-render-panels OUTPUT_FOLDER [--languages en,de] [--transparent]
+//
+// The application icon is written beside them.
 
 #include "capture/Localization.h"
 #include "ui/CustomView.h"
 #include "ui/CustomWindow.h"
 #include "ui/FloatSlider.h"
 #include "ui/ImageForView.h"
+#include "ui/ImageNamed.h"
 #include "ui/MeteringView.h"
 #include "ui/SubViewController.h"
 #include "ui/TranslateView.h"
@@ -176,6 +179,10 @@ int main(int argc, char** argv)
             ++written;
         }
     }
+    // The application icon, as the desktop shows it.
+    const QImage icon = ImageNamed(QStringLiteral("tolm-audio-converter"));
+    if (!icon.isNull())
+        icon.save(folder + QStringLiteral("/icon-tolm-audio-converter.png"));
     std::printf("%d panels written to %s\n", written, qPrintable(folder));
     return 0;
 }
