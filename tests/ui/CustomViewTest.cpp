@@ -239,6 +239,20 @@ private Q_SLOTS:
         QCOMPARE(view->meteringViewR()->meterValue(1), 0.0f);
     }
 
+    void theWindowReopensWhereItWasLeft()
+    {
+        {
+            CustomWindow window;
+            window.setContent(new QWidget);
+            window.show();
+            window.move(123, 45);
+            window.close();
+        }
+        CustomWindow reopened;
+        reopened.setContent(new QWidget);
+        QCOMPARE(reopened.pos(), QPoint(123, 45));
+    }
+
     void draggingStopsAtTheTopOfTheScreen()
     {
         const QRect screen(0, 0, 800, 600);

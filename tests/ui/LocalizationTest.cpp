@@ -1,6 +1,7 @@
 #include "capture/Localization.h"
 #include "ui/AppDelegate.h"
 #include "ui/CustomView.h"
+#include "ui/HelpPage.h"
 #include "ui/SubViewController.h"
 #include "ui/TranslateView.h"
 
@@ -14,6 +15,8 @@
 #include <QRegularExpression>
 #include <QTimer>
 #include <QtTest>
+
+#include <string_view>
 
 namespace {
 
@@ -121,6 +124,23 @@ private Q_SLOTS:
     {
         UseLanguage("fr");
         QCOMPARE(Tolm::Localized("IDS_UNKNOWN_ALBUM"), QStringLiteral("Unknown Album"));
+    }
+
+    void theHelpPageComesInTheUsersLanguageWithItsPictures()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        for (const char* language : {"de", "en", "fr"}) {
+            QLocale::setDefault(QLocale(QString::fromLatin1(language)));
+            const QUrl url = Tolm::Ui::HelpPageUrl();
+            QVERIFY(url.isLocalFile());
+            QFile page(url.toLocalFile());
+            QVERIFY2(page.open(QIODevice::ReadOnly), qPrintable(url.toLocalFile()));
+            const QString html = QString::fromUtf8(page.readAll());
+            QVERIFY(html.contains(QStringLiteral("lang=\"%1\"").arg(language == std::string_view("de") ? "de" : "en")));
+            const QDir folder = QFileInfo(page).dir();
+            QVERIFY(folder.exists(QStringLiteral("help.css")));
+            QVERIFY(folder.exists(QStringLiteral("tolm-audio-converter.svg")));
+        }
     }
 
     void alertsHaveOneOkButtonInEveryLanguage()

@@ -319,12 +319,13 @@ def library_picture():
     w, h = 200, 170
     shelf = ''.join(f'<rect x="{96 + i * 16}" y="{40 + (i % 2) * 6}" width="13" height="{96 - (i % 2) * 6}" rx="2" '
                     f'fill="{c}"/>' for i, c in enumerate(('#e8893a', '#48b36b', '#4796f2', '#c23335', '#8a6bd1')))
-    note = ('<path d="M70,40 v52" stroke="#3b4350" stroke-width="5" stroke-linecap="round"/>'
-            '<path d="M70,40 c10,4 20,6 22,18" fill="none" stroke="#3b4350" stroke-width="5" stroke-linecap="round"/>'
-            '<ellipse cx="60" cy="94" rx="12" ry="9" fill="#3b4350" transform="rotate(-20 60 94)"/>')
+    note = ('<path d="M78,44 v50" stroke="#3b4350" stroke-width="5" stroke-linecap="round"/>'
+            '<path d="M78,45 C81,58 95,60 92,78" fill="none" stroke="#3b4350" stroke-width="5" '
+            'stroke-linecap="round"/>'
+            '<ellipse cx="69" cy="95" rx="11" ry="8" fill="#3b4350" transform="rotate(-22 69 95)"/>')
     body = (f'<ellipse cx="100" cy="{h - 16}" rx="90" ry="9" fill="#000000" opacity="0.06"/>'
             f'<rect x="88" y="136" width="96" height="8" rx="3" fill="#59616e"/>'
-            + shelf + record(48, 118, 30) + note)
+            + shelf + record(40, 124, 28) + note)
     write('art_Library', svg(w, h, body))
 
 

@@ -125,6 +125,9 @@ QImage Render(CustomWindow& window, bool transparent)
 
 int main(int argc, char** argv)
 {
+    // Drawn off screen unless asked otherwise, so no windows flash up on the desktop.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Tolm"));
     QCoreApplication::setApplicationName(QStringLiteral("tolm-render-panels"));
