@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 using namespace Tolm::Library;
 
 namespace {
@@ -140,4 +142,15 @@ TEST(AppleScriptRunner, RemoveFileRemovesFilesOnly)
     EXPECT_TRUE(result.text.contains(QStringLiteral("Cannot remove")));
     EXPECT_EQ(RunScript(QStringLiteral("removeFile(\"%1\")").arg(folder.path())), kScriptError);
     EXPECT_TRUE(QFileInfo(folder.path()).isDir());
+}
+
+TEST(AppleScriptRunner, ScriptsRunOnWorkerThreads)
+{
+    // The export runs its scripts on its own thread.
+    OSStatus status = -1;
+    ScriptResultDescriptor result;
+    std::thread worker([&] { status = RunScript(QStringLiteral("runProgram(\"echo\", [\"from a worker\"])"), &result); });
+    worker.join();
+    EXPECT_EQ(status, noErr);
+    EXPECT_EQ(result.text, QStringLiteral("from a worker"));
 }
