@@ -23,6 +23,12 @@ void MeterScaleView::setClipIndicator(bool clipIndicator)
     update();
 }
 
+void MeterScaleView::setMarkColor(const QColor& color)
+{
+    mMarkColor = color;
+    update();
+}
+
 qreal MeterScaleView::heightForDb(double db) const
 {
     const qreal top = height() - (mClipIndicator ? 10 : 2);
@@ -37,10 +43,9 @@ void MeterScaleView::paintEvent(QPaintEvent*)
     QFont font = this->font();
     font.setPixelSize(10);
     painter.setFont(font);
-    const QColor tick = palette().color(QPalette::WindowText);
     for (int db : marks) {
         const qreal y = height() - heightForDb(db);
-        painter.setPen(QPen(tick, 1));
+        painter.setPen(QPen(mMarkColor, 1));
         painter.drawLine(QPointF(width() - 4, y + 0.5), QPointF(width(), y + 0.5));
         const QString label = db == 0 ? QStringLiteral("0") : QString(QChar(0x2212)) + QString::number(-db);
         painter.drawText(QRectF(0, y - 7, width() - 6, 14), Qt::AlignRight | Qt::AlignVCenter, label);
