@@ -4,12 +4,11 @@
 #include "Command.h"
 #include "CommandLine.h"
 
-#include "capture/DemoRecordSide.h"
+#include "capture/DemoTurntable.h"
 #include "capture/InputChain.h"
 #include "monitoring/CAPlayThroughHost.h"
 #include "platform/AudioHardware.h"
 #include "platform/PulseAudioHardware.h"
-#include "platform/VirtualAudioHardware.h"
 
 #include <chrono>
 #include <cmath>
@@ -25,35 +24,6 @@ using namespace std::chrono_literals;
 using Platform::AudioDeviceInfo;
 
 constexpr auto kMeterInterval = std::chrono::milliseconds(1000 / 15);
-
-// A turntable that is not there: a generated record side on a virtual input, on top of the
-// user's own devices (or a null output without a sound server). Kept alive while it plays.
-struct DemoInput {
-    std::shared_ptr<Platform::VirtualAudioHardware> hardware;
-    AudioDeviceID device = kAudioDeviceUnknown;
-};
-
-DemoInput InstallDemoInput()
-{
-    std::shared_ptr<Platform::AudioHardware> backing = Platform::PulseAudioHardware::Connect();
-    DemoInput demo;
-    demo.hardware = std::make_shared<Platform::VirtualAudioHardware>(Platform::VirtualAudioHardware::Clock::RealTime,
-                                                                     backing);
-    Platform::VirtualDeviceSpec turntable;
-    turntable.name = "Tolm Demo Turntable";
-    turntable.inputChannels = 2;
-    turntable.sampleRate = 44100.0;
-    demo.device = demo.hardware->AddDevice(turntable, std::make_shared<Capture::DemoRecordSide>(44100.0));
-    if (!backing) {
-        Platform::VirtualDeviceSpec speakers;
-        speakers.name = "Null Output";
-        speakers.outputChannels = 2;
-        speakers.sampleRate = 48000.0;
-        demo.hardware->SetDefaultOutputDevice(demo.hardware->AddDevice(speakers));
-    }
-    Platform::SetHardware(demo.hardware);
-    return demo;
-}
 
 const char* Shown(const AudioDeviceInfo& info)
 {
@@ -123,11 +93,14 @@ int RunMonitor(const std::vector<std::string>& args)
         seconds = *value;
     }
 
-    DemoInput demoInput;
+    // The demo turntable sits on the user's own devices (a null output without a sound
+    // server) and must outlive the play-through built on it.
+    std::unique_ptr<Capture::DemoTurntable> turntable;
     AudioDeviceID input = kAudioDeviceUnknown;
     if (demo) {
-        demoInput = InstallDemoInput();
-        input = demoInput.device;
+        turntable = std::make_unique<Capture::DemoTurntable>(Platform::PulseAudioHardware::Connect(), nullptr);
+        turntable->Install();
+        input = turntable->DeviceId();
     } else {
         const auto devices = Platform::Hardware().Devices();
         for (const auto& info : devices)
