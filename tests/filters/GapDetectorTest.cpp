@@ -7,6 +7,7 @@
 #include <numbers>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using Morvo::Audio::Filters::GapDetector;
@@ -72,7 +73,7 @@ std::int32_t MonoOf(float left, float right)
 
 } // namespace
 
-TEST(GapDetector, StartsAtFortyFourOneWithTheBandPassDesigned)
+TEST(GapDetector, DesignsItsBandPassInQ13ForTheRate)
 {
     Events e;
     GapDetector d(e, 96000);  // the argument is ignored on purpose
@@ -81,38 +82,21 @@ TEST(GapDetector, StartsAtFortyFourOneWithTheBandPassDesigned)
     const auto& p = d.filterParams;
     EXPECT_EQ((std::vector<int>{p.q0, p.q1, p.q2, p.q3, p.q4}), (std::vector<int>{173, 0, -173, -16169, 8018}));
     EXPECT_EQ(p.frequency, 500.0f);
-    EXPECT_TRUE(d.silence);
-    EXPECT_FALSE(d.albumEnd);
-    EXPECT_EQ(d.maxLevel, 0.0f);
-    EXPECT_EQ(d.minLevel, 9999999.0f);
-
     d.SetSampleRate(48000);
     EXPECT_EQ(d.frameLength, 24000);
     EXPECT_EQ((std::vector<int>{p.q0, p.q1, p.q2, p.q3, p.q4}), (std::vector<int>{159, 0, -159, -16189, 8032}));
     d.SetSampleRate(11025);
     EXPECT_EQ(d.frameLength, 5513);  // 5512.5, halves away from zero
-}
 
-TEST(GapDetector, BandPassArithmeticIsSixteenBitAndTruncating)
-{
+    // The bandwidth is doubled in 16 bits: 2 x 16400 and 2 x -16368 are the same number.
     GapDetector::FilterParams a, b;
-    // 2 x 16400 and 2 x -16368 are the same 16-bit number.
     GapDetector::SetFilter_BP(&a, 500.0f, 16400, 44100.0);
     GapDetector::SetFilter_BP(&b, 500.0f, -16368, 44100.0);
-    EXPECT_EQ(a.q0, b.q0);
-    EXPECT_EQ(a.q3, b.q3);
-    EXPECT_EQ(a.q4, b.q4);
-    a.x1 = 5;
-    GapDetector::SetFilter_BP(&a, 1000.0f, 75, 44100.0);
-    EXPECT_EQ(a.x1, 5);  // memory is not the design's business
-    EXPECT_EQ(a.frequency, 1000.0f);
+    EXPECT_EQ(std::tie(a.q0, a.q3, a.q4), std::tie(b.q0, b.q3, b.q4));
 
     GapDetector::FilterParams lp;
     GapDetector::SetFilter_LP(&lp, 1000.0, 0.0, 44100.0);
     EXPECT_EQ((std::vector<int>{lp.q0, lp.q1, lp.q2, lp.q3, lp.q4}), (std::vector<int>{41, 82, 41, -16065, 8038}));
-    lp.q0 = 0;
-    GapDetector::SetFilter_LP(&lp, 1000.0, 0.0, 44100.0);  // same frequency: nothing to do
-    EXPECT_EQ(lp.q0, 0);
 }
 
 TEST(GapDetector, MixesToSixteenBitMonoThatWrapsInsteadOfClipping)
@@ -129,22 +113,16 @@ TEST(GapDetector, MixesToSixteenBitMonoThatWrapsInsteadOfClipping)
 TEST(GapDetector, FixedPointStepShiftsTruncatesAndWraps)
 {
     Events e;
-    GapDetector d(e, 44100);
+    GapDetector d(e, 44100), n(e, 44100), big(e, 44100), wrap(e, 44100);
     EXPECT_EQ(d.ApplyFilter(1000), 21);
     EXPECT_EQ(d.ApplyFilter(0), 41);
     EXPECT_EQ(d.ApplyFilter(0), 39);
     EXPECT_EQ(d.frameSum, 101);
-
-    GapDetector n(e, 44100);
-    EXPECT_EQ(n.ApplyFilter(-1000), -22);
-
-    GapDetector big(e, 44100);
-    EXPECT_EQ(big.ApplyFilter(2000000), -23300);  // 42236 cut to 16 bits
-    EXPECT_EQ(big.filterParams.y1, 42236);        // the memory keeps all 32
+    EXPECT_EQ(n.ApplyFilter(-1000), -22);           // arithmetic shift rounds down
+    EXPECT_EQ(big.ApplyFilter(2000000), -23300);    // 42236 cut to 16 bits...
+    EXPECT_EQ(big.filterParams.y1, 42236);          // ...while the memory keeps 32
     EXPECT_EQ(big.frameSum, 42236);
-
-    GapDetector wrap(e, 44100);
-    wrap.ApplyFilter(20000000);  // 173 x 20000000 wraps in 32 bits
+    wrap.ApplyFilter(20000000);                     // 173 x 20000000 wraps in 32 bits
     EXPECT_EQ(wrap.filterParams.y1, -101925);
 }
 
@@ -163,25 +141,27 @@ TEST(GapDetector, FrameLevelTakesTheMeanFromTheFullSum)
     EXPECT_TRUE(std::isnan(d.CalcAAMFrame()));
 }
 
-TEST(GapDetector, DigitalSilenceEndsTheAlbumOnceAndSaysNothingElse)
+// Digital silence, and a tone too soft to ever count as sound (no frame has reached 500).
+TEST(GapDetector, QuietFromTheStartEndsTheAlbumOnceAndSaysNothingElse)
 {
-    testing::internal::CaptureStderr();
-    Events e;
-    GapDetector d(e, 44100);
-    Feeder feed(d, e);
-    EXPECT_FALSE(feed.Frames(Kind::Quiet, 120));
-    EXPECT_TRUE(e.log.empty());
-    EXPECT_TRUE(feed.Frames(Kind::Quiet, 1));
-    EXPECT_EQ(e.log, (std::vector<E>{{'A', 121}}));
-    EXPECT_TRUE(feed.Frames(Kind::Quiet, 5));
-    EXPECT_EQ(e.log.size(), 1u);
-    EXPECT_EQ(d.levels.size(), 126u);
+    for (Kind kind : {Kind::Quiet, Kind::Between}) {
+        testing::internal::CaptureStderr();
+        Events e;
+        GapDetector d(e, 44100);
+        Feeder feed(d, e);
+        EXPECT_FALSE(feed.Frames(kind, 120));
+        EXPECT_TRUE(e.log.empty());
+        EXPECT_TRUE(feed.Frames(kind, 1));
+        EXPECT_TRUE(feed.Frames(kind, 5));
+        EXPECT_EQ(e.log, (std::vector<E>{{'A', 121}}));
+        EXPECT_EQ(d.levels.size(), 126u);
+        EXPECT_GE(d.levels.back(), kind == Kind::Between ? 100.0f : 0.0f);
 
-    // No frame completes: false, whatever the state.
-    float half[100] = {};
-    EXPECT_FALSE(d(half, half, 100));
-    EXPECT_FALSE(d(half, half, 0));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        float half[100] = {};
+        EXPECT_FALSE(d(half, half, 100));  // no frame completed
+        EXPECT_FALSE(d(half, half, 0));
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
 }
 
 TEST(GapDetector, LeavingSilenceTakesTwentyOneFramesOfSoundAndAGapFourQuietOnes)
@@ -209,44 +189,24 @@ TEST(GapDetector, LeavingSilenceTakesTwentyOneFramesOfSoundAndAGapFourQuietOnes)
               "Audio has transitioned out of silence\nAudio has transitioned into silence\n");
 }
 
-TEST(GapDetector, OneQuietFrameRestartsTheCountOfSound)
+TEST(GapDetector, SoundMustBeUnbrokenWhileQuietFramesAddUp)
 {
     Events e;
     GapDetector d(e, 44100);
     Feeder feed(d, e);
     feed.Frames(Kind::Loud, 20);
-    feed.Frames(Kind::Quiet, 1);
+    feed.Frames(Kind::Quiet, 1);  // starts the count of sound again
     feed.Frames(Kind::Loud, 20);
     EXPECT_TRUE(e.log.empty());
     feed.Frames(Kind::Loud, 1);
     EXPECT_EQ(e.log, (std::vector<E>{{'E', 42}}));
-}
 
-TEST(GapDetector, ScatteredQuietFramesAddUpToAGap)
-{
-    Events e;
-    GapDetector d(e, 44100);
-    Feeder feed(d, e);
-    feed.Frames(Kind::Loud, 21);
-    for (int i = 0; i < 3; ++i) {
+    // Once out of silence, single quiet frames between sound still count: the fourth is a gap.
+    for (int i = 0; i < 4; ++i) {
         feed.Frames(Kind::Loud, 4);
         feed.Frames(Kind::Quiet, 1);
     }
-    EXPECT_EQ(e.log.size(), 1u);
-    feed.Frames(Kind::Loud, 4);
-    feed.Frames(Kind::Quiet, 1);
-    EXPECT_EQ(e.log, (std::vector<E>{{'E', 21}, {'S', 41}}));
-}
-
-TEST(GapDetector, ToneBelowTheFirstLoudFrameCountsAsQuiet)
-{
-    Events e;
-    GapDetector d(e, 44100);
-    Feeder feed(d, e);
-    feed.Frames(Kind::Between, 121);
-    EXPECT_GT(d.levels.back(), 100.0f);
-    EXPECT_LT(d.maxLevel, 500.0f);
-    EXPECT_EQ(e.log, (std::vector<E>{{'A', 121}}));
+    EXPECT_EQ(e.log, (std::vector<E>{{'E', 42}, {'S', 62}}));
 }
 
 TEST(GapDetector, ResetGoesBackToSilenceQuietlyAndKeepsTheCounts)
@@ -286,10 +246,7 @@ TEST(GapDetector, RateChangesStartOverButKeepTheLevels)
     EXPECT_FALSE(d.silence);
 
     d.SetSampleRate(48000);
-    EXPECT_EQ(d.framePosition, 0);
-    EXPECT_EQ(d.frameSum, 0);
-    EXPECT_EQ(d.maxLevel, 0.0f);
-    EXPECT_EQ(d.minLevel, 9999999.0f);
+    EXPECT_EQ(std::tie(d.framePosition, d.frameSum, d.maxLevel, d.minLevel), std::make_tuple(0, 0, 0.0f, 9999999.0f));
     EXPECT_EQ(d.levels.size(), 21u);
     EXPECT_TRUE(d.silence);
     EXPECT_EQ(e.log.size(), 1u);  // back in silence without a word
@@ -297,14 +254,13 @@ TEST(GapDetector, RateChangesStartOverButKeepTheLevels)
     d.SetSampleRate(48000);
     EXPECT_EQ(d.framePosition, 1000);
 
-    // Frames are half a second at the new rate too.
-    Events e2;
-    GapDetector d2(e2, 0);
-    d2.SetSampleRate(48000);
-    Feeder feed2(d2, e2);
-    feed2.Frames(Kind::Loud, 21);
-    feed2.Frames(Kind::Quiet, 4);
-    EXPECT_EQ(e2.log, (std::vector<E>{{'E', 21}, {'S', 25}}));
+    // Frames are half a second at the new rate too. The 1000 samples fed just now still
+    // start a frame, so the first quiet half second ends a frame with sound in it.
+    feed.Frames(Kind::Loud, 21);
+    feed.Frames(Kind::Quiet, 4);
+    EXPECT_EQ(e.log, (std::vector<E>{{'E', 21}, {'E', 42}}));
+    feed.Frames(Kind::Quiet, 1);
+    EXPECT_EQ(e.log.back(), (E{'S', 47}));
 }
 
 // The block loop against the plain per-sample path, on music-like noise with bursts, loud
@@ -345,9 +301,9 @@ TEST(GapDetector, BlocksOfAnySizeAnalyseLikeOneSampleAtATime)
     EXPECT_EQ(blocks.levels, plain.levels);
     EXPECT_EQ(blocks.framePosition, plain.framePosition);
     EXPECT_EQ(blocks.frameSum, plain.frameSum);
-    EXPECT_EQ(blocks.filterParams.y1, plain.filterParams.y1);
-    EXPECT_EQ(blocks.filterParams.y2, plain.filterParams.y2);
-    EXPECT_EQ(blocks.filterParams.x2, plain.filterParams.x2);
+    const auto& a = blocks.filterParams;
+    const auto& b = plain.filterParams;
+    EXPECT_EQ(std::tie(a.x1, a.x2, a.y1, a.y2), std::tie(b.x1, b.x2, b.y1, b.y2));
     EXPECT_TRUE(std::equal(plain.frame.get(), plain.frame.get() + plain.framePosition, blocks.frame.get()));
     EXPECT_EQ(blocks.maxLevel, plain.maxLevel);
     EXPECT_EQ(blocks.minLevel, plain.minLevel);
