@@ -71,7 +71,7 @@ class LibraryExport {
                   Capture::AlertPresenter& alerts);
     LibraryExport(RecordedTracks& tracks, TrackNaming& naming, ExportView& view,
                   Capture::AlertPresenter& alerts, Options options);
-    ~LibraryExport(); // waits for a running export
+    ~LibraryExport(); // stops a running export after its current track and waits for it
     LibraryExport(const LibraryExport&) = delete;
     LibraryExport& operator=(const LibraryExport&) = delete;
 
