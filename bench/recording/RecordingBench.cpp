@@ -9,7 +9,6 @@
 #include "recording/CABufferQueue.h"
 
 #include <benchmark/benchmark.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -49,7 +48,8 @@ void BM_InputChain(benchmark::State& state)
     NoEvents receiver;
     GapDetectorListener listener(receiver);
     Morvo::Audio::Filters::GapDetector detector(listener, 44100);
-    filter.Set(full ? Morvo::Audio::Filters::AudioFilter::RIAAFilter : Morvo::Audio::Filters::AudioFilter::NoFilter);
+    filter.Set(full ? Morvo::Audio::Filters::AudioFilter::RIAAFilter
+                    : Morvo::Audio::Filters::AudioFilter::NoFilter);
     gapDetector.store(full ? &detector : nullptr);
     const float gain = Tolm::Platform::GainFactorFromDecibels(full ? 3.0f : 0.0f);
 
@@ -74,7 +74,7 @@ BENCHMARK(BM_InputChain)->Arg(0)->Arg(1);
 // The real-time side of the queue. The work thread of this queue is never started; the
 // benchmark empties the ring itself once two buffers wait, so no block is dropped.
 class DrainedQueue : public CAPushBufferQueue {
-public:
+  public:
     DrainedQueue() : CAPushBufferQueue(3, 32768), mIdle(new WorkThread)
     {
         mWorkThread = mIdle.get();
@@ -82,14 +82,14 @@ public:
     }
     ~DrainedQueue() override { CancelAndDisposeBuffers(); }
 
-protected:
+  protected:
     Buffer* CreateBuffer(const CAStreamBasicDescription& format, UInt32 nBytes) override
     {
         return new Buffer(this, format, nBytes);
     }
     void ProcessBuffer(Buffer* buffer) override { buffer->SetEmpty(); }
 
-private:
+  private:
     std::unique_ptr<WorkThread> mIdle;
 };
 
@@ -114,7 +114,7 @@ BENCHMARK(BM_PushBuffer);
 // Frames through the process-wide work thread into a float WAV file. The producer waits
 // whenever the ring is full, so what is measured is the writer, not dropped blocks.
 class PacedWriter : public CAAudioFileWriter {
-public:
+  public:
     PacedWriter() : CAAudioFileWriter(3, 32768) {}
     void Push(UInt32 frames, const AudioBufferList* data)
     {
@@ -136,13 +136,14 @@ void BM_WriterThroughput(benchmark::State& state)
         const std::string name = "bench." + std::to_string(n++) + ".wav";
         {
             PacedWriter writer;
-            writer.SetFile(FSRef{folder}, name, kAudioFileWAVEType, CAStreamBasicDescription::Float32(48000, 2, true));
+            writer.SetFile(FSRef{folder}, name, kAudioFileWAVEType,
+                           CAStreamBasicDescription::Float32(48000, 2, true));
             writer.Start();
             for (UInt32 done = 0; done < framesPerFile; done += kBlockFrames)
                 writer.Push(kBlockFrames, &block.list.GetBufferList());
             writer.Stop();
             overruns += writer.GetOverrunCount();
-        }  // closed: final header written
+        } // closed: final header written
         state.PauseTiming();
         std::filesystem::remove(folder + "/" + name);
         state.ResumeTiming();

@@ -4,10 +4,16 @@ namespace Tolm::Capture {
 
 GapEventReceiver::~GapEventReceiver() = default;
 
-void GapDetectorListener::TrackSilenceStarted() { mAudio.trackGapDetected(); }
+void GapDetectorListener::TrackSilenceStarted()
+{
+    mAudio.trackGapDetected();
+}
 
 void GapDetectorListener::TrackSilenceEnded() {}
 
-void GapDetectorListener::AlbumEnded() { mAudio.albumEndDetected(); }
+void GapDetectorListener::AlbumEnded()
+{
+    mAudio.albumEndDetected();
+}
 
 } // namespace Tolm::Capture

@@ -59,16 +59,34 @@ OSStatus InputProcCallback(AudioBufferList* list, unsigned long frames, long lon
     return noErr;
 }
 
-void ResetVUMax() { ssVUMax.store(0.0f, std::memory_order_relaxed); }
+void ResetVUMax()
+{
+    ssVUMax.store(0.0f, std::memory_order_relaxed);
+}
 
-float GetVUMax() { return ssVUMax.load(std::memory_order_relaxed); }
+float GetVUMax()
+{
+    return ssVUMax.load(std::memory_order_relaxed);
+}
 
-float GetVUMaxL() { return ssVUMaxL.exchange(0.0f, std::memory_order_relaxed); }
+float GetVUMaxL()
+{
+    return ssVUMaxL.exchange(0.0f, std::memory_order_relaxed);
+}
 
-float GetVUMaxR() { return ssVUMaxR.exchange(0.0f, std::memory_order_relaxed); }
+float GetVUMaxR()
+{
+    return ssVUMaxR.exchange(0.0f, std::memory_order_relaxed);
+}
 
-float GetVUMaxL3() { return 0.0f; }
+float GetVUMaxL3()
+{
+    return 0.0f;
+}
 
-float GetVUMaxR3() { return 0.0f; }
+float GetVUMaxR3()
+{
+    return 0.0f;
+}
 
 } // namespace Tolm::Capture

@@ -15,9 +15,9 @@ namespace Tolm::Capture {
 
 // Peaks of the absolute sample value, written by the audio thread and read by the main
 // thread without a lock. A peak written between a read and its clear may be lost.
-extern std::atomic<float> ssVUMaxL;  // left, since the last GetVUMaxL
-extern std::atomic<float> ssVUMaxR;  // right, since the last GetVUMaxR
-extern std::atomic<float> ssVUMax;   // either channel, since ResetVUMax (the recording's peak)
+extern std::atomic<float> ssVUMaxL; // left, since the last GetVUMaxL
+extern std::atomic<float> ssVUMaxR; // right, since the last GetVUMaxR
+extern std::atomic<float> ssVUMax;  // either channel, since ResetVUMax (the recording's peak)
 
 // The one input equaliser; starts with no sections.
 extern Morvo::Audio::Filters::AudioFilter filter;
@@ -32,9 +32,9 @@ extern std::atomic<Morvo::Audio::Filters::GapDetector*> gapDetector;
 OSStatus InputProcCallback(AudioBufferList* list, unsigned long frames, long long sampleTime);
 
 void ResetVUMax();
-float GetVUMax();   // not cleared
-float GetVUMaxL();  // read and cleared
-float GetVUMaxR();  // read and cleared
+float GetVUMax();  // not cleared
+float GetVUMaxL(); // read and cleared
+float GetVUMaxR(); // read and cleared
 // Kept as entry points; they measure nothing.
 float GetVUMaxL3();
 float GetVUMaxR3();

@@ -23,7 +23,8 @@ CABufferList::~CABufferList() = default;
 
 std::unique_ptr<CABufferList> CABufferList::New(const char* name, const CAStreamBasicDescription& format)
 {
-    return std::make_unique<CABufferList>(name, format.NumberChannelStreams(), format.NumberInterleavedChannels());
+    return std::make_unique<CABufferList>(name, format.NumberChannelStreams(),
+                                          format.NumberInterleavedChannels());
 }
 
 void CABufferList::AllocateBuffers(UInt32 nBytes)

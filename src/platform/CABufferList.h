@@ -9,7 +9,7 @@
 // An AudioBufferList that owns its list storage and, optionally, the memory of its buffers.
 // Without memory of its own it is a list of pointers that callers aim at other memory.
 class CABufferList {
-public:
+  public:
     // `numberBuffers` buffers of `channelsPerBuffer` channels each, pointing nowhere.
     CABufferList(const char* name, UInt32 numberBuffers, UInt32 channelsPerBuffer = 1);
     ~CABufferList();
@@ -53,7 +53,7 @@ public:
     // Byte size of an AudioBufferList header with `numberBuffers` buffers.
     static std::size_t CalculateByteSize(UInt32 numberBuffers);
 
-private:
+  private:
     const char* mName;
     std::unique_ptr<std::byte[]> mListStorage;
     AudioBufferList* mList;

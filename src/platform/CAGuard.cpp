@@ -20,7 +20,10 @@ CAGuard::CAGuard(const char* name) : CAMutex(name)
         throw CAException(err);
 }
 
-CAGuard::~CAGuard() { pthread_cond_destroy(&mCondition); }
+CAGuard::~CAGuard()
+{
+    pthread_cond_destroy(&mCondition);
+}
 
 void CAGuard::Wait()
 {

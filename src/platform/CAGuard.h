@@ -7,7 +7,7 @@
 // wake a waiter without ever blocking; the price is that a wake-up sent while nobody waits
 // is lost, and waiters must look at their state before they wait.
 class CAGuard : public CAMutex {
-public:
+  public:
     explicit CAGuard(const char* name);
     ~CAGuard() override;
 
@@ -17,9 +17,9 @@ public:
     // As Wait, for at most `nanoseconds`; returns true when the time ran out.
     bool WaitFor(UInt64 nanoseconds);
 
-    void Notify();     // wakes one waiter
-    void NotifyAll();  // wakes every waiter
+    void Notify();    // wakes one waiter
+    void NotifyAll(); // wakes every waiter
 
-private:
+  private:
     pthread_cond_t mCondition;
 };

@@ -11,7 +11,10 @@ CAMutex::CAMutex(const char* name) : mName(name)
         throw CAException(err);
 }
 
-CAMutex::~CAMutex() { pthread_mutex_destroy(&mMutex); }
+CAMutex::~CAMutex()
+{
+    pthread_mutex_destroy(&mMutex);
+}
 
 bool CAMutex::IsOwnedByCurrentThread() const
 {
@@ -19,7 +22,10 @@ bool CAMutex::IsOwnedByCurrentThread() const
     return owner != 0 && pthread_equal(owner, pthread_self());
 }
 
-void CAMutex::SetOwnerToCurrentThread() { mOwner.store(pthread_self(), std::memory_order_release); }
+void CAMutex::SetOwnerToCurrentThread()
+{
+    mOwner.store(pthread_self(), std::memory_order_release);
+}
 
 bool CAMutex::Lock()
 {

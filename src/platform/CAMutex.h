@@ -6,7 +6,7 @@
 // A mutex that knows its owner, so that nested locking by the owner is harmless and only
 // the owner can unlock. Platform failures are thrown as CAException with the status.
 class CAMutex {
-public:
+  public:
     explicit CAMutex(const char* name);
     virtual ~CAMutex();
 
@@ -28,7 +28,7 @@ public:
 
     // Holds the mutex for a scope, releasing it only if the constructor took it.
     class Locker {
-    public:
+      public:
         explicit Locker(CAMutex& mutex) : mMutex(mutex), mNeedsRelease(mutex.Lock()) {}
         ~Locker()
         {
@@ -38,12 +38,12 @@ public:
         Locker(const Locker&) = delete;
         Locker& operator=(const Locker&) = delete;
 
-    private:
+      private:
         CAMutex& mMutex;
         bool mNeedsRelease;
     };
 
-protected:
+  protected:
     void SetOwnerToCurrentThread();
     void ClearOwner() { mOwner.store(0, std::memory_order_release); }
 

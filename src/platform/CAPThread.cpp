@@ -21,8 +21,8 @@ int CurrentThreadNice()
 
 CAPThread::CAPThread(ThreadRoutine routine, void* parameter, UInt32 priority, bool fixedPriority,
                      const char* name)
-    : mRoutine(routine), mParameter(parameter), mPriority(priority), mFixedPriority(fixedPriority), mName(name),
-      mCreatorNice(CurrentThreadNice())
+    : mRoutine(routine), mParameter(parameter), mPriority(priority), mFixedPriority(fixedPriority),
+      mName(name), mCreatorNice(CurrentThreadNice())
 {
 }
 
@@ -72,7 +72,7 @@ void* CAPThread::Entry(void* self)
 {
     auto* thread = static_cast<CAPThread*>(self);
     if (thread->mName != nullptr)
-        pthread_setname_np(pthread_self(), thread->mName);  // at most 15 characters; cosmetic
+        pthread_setname_np(pthread_self(), thread->mName); // at most 15 characters; cosmetic
     if (thread->ApplyScheduling()) {
         try {
             thread->mRoutine(thread->mParameter);

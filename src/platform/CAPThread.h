@@ -19,7 +19,7 @@
 // up as the creator's own priority. The buffer queue's ring gives its work thread more than
 // a second of slack, which covers ordinary scheduling delays.
 class CAPThread {
-public:
+  public:
     using ThreadRoutine = void* (*)(void* parameter);
 
     static constexpr UInt32 kDefaultThreadPriority = 31;
@@ -42,7 +42,7 @@ public:
     // The nice value the thread gives itself.
     int GetNiceValue() const;
 
-protected:
+  protected:
     static void* Entry(void* self);
     bool ApplyScheduling() const;
 

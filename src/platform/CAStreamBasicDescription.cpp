@@ -4,7 +4,8 @@
 
 #include <cstdio>
 
-CAStreamBasicDescription CAStreamBasicDescription::Float32(Float64 sampleRate, UInt32 channels, bool interleaved)
+CAStreamBasicDescription CAStreamBasicDescription::Float32(Float64 sampleRate, UInt32 channels,
+                                                           bool interleaved)
 {
     CAStreamBasicDescription format;
     format.mSampleRate = sampleRate;
@@ -33,10 +34,10 @@ UInt32 CAStreamBasicDescription::SampleWordSize() const
 
 bool CAStreamBasicDescription::operator==(const CAStreamBasicDescription& other) const
 {
-    return mSampleRate == other.mSampleRate && mFormatID == other.mFormatID && mFormatFlags == other.mFormatFlags &&
-           mBytesPerPacket == other.mBytesPerPacket && mFramesPerPacket == other.mFramesPerPacket &&
-           mBytesPerFrame == other.mBytesPerFrame && mChannelsPerFrame == other.mChannelsPerFrame &&
-           mBitsPerChannel == other.mBitsPerChannel;
+    return mSampleRate == other.mSampleRate && mFormatID == other.mFormatID &&
+           mFormatFlags == other.mFormatFlags && mBytesPerPacket == other.mBytesPerPacket &&
+           mFramesPerPacket == other.mFramesPerPacket && mBytesPerFrame == other.mBytesPerFrame &&
+           mChannelsPerFrame == other.mChannelsPerFrame && mBitsPerChannel == other.mBitsPerChannel;
 }
 
 std::string CAStreamBasicDescription::AsString() const

@@ -6,7 +6,7 @@
 
 // An AudioStreamBasicDescription with the questions the engine asks of a format.
 class CAStreamBasicDescription : public AudioStreamBasicDescription {
-public:
+  public:
     CAStreamBasicDescription() : AudioStreamBasicDescription{} {}
     CAStreamBasicDescription(const AudioStreamBasicDescription& desc) : AudioStreamBasicDescription(desc) {}
 

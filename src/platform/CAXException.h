@@ -8,7 +8,7 @@
 // The exception of the recording and file classes: a short lower-case operation text
 // ("create audio file") and the status the failing call returned.
 class CAXException : public std::exception {
-public:
+  public:
     static constexpr std::size_t kMaxOperationLength = 255;
 
     // Longer operation texts are cut to kMaxOperationLength characters.
@@ -22,7 +22,7 @@ public:
     // the status as a signed decimal number.
     static std::string FormatError(OSStatus error);
 
-private:
+  private:
     char mOperation[kMaxOperationLength + 1];
     OSStatus mError;
 };

@@ -10,7 +10,10 @@
 namespace Tolm::Platform {
 
 // 10^(dB/20) in single precision, as the gain is stored.
-inline float GainFactorFromDecibels(float dB) { return std::pow(10.0f, dB / 20.0f); }
+inline float GainFactorFromDecibels(float dB)
+{
+    return std::pow(10.0f, dB / 20.0f);
+}
 
 // Every sample s of every buffer becomes min(1, s * factor). Only the positive side is
 // clamped; negative samples are scaled without limit. The asymmetry is deliberate and both

@@ -61,7 +61,8 @@ OSStatus StatusOfFailedCall(SNDFILE* file, int savedErrno)
 int SubtypeFor(const CAStreamBasicDescription& format)
 {
     if (!format.IsPCM() || !format.IsInterleaved() || format.IsBigEndian() || format.mChannelsPerFrame == 0 ||
-        format.mFramesPerPacket != 1 || format.mBytesPerFrame != format.mChannelsPerFrame * format.mBitsPerChannel / 8)
+        format.mFramesPerPacket != 1 ||
+        format.mBytesPerFrame != format.mChannelsPerFrame * format.mBitsPerChannel / 8)
         return 0;
     if (format.IsFloat()) {
         if (format.mBitsPerChannel == 32)
@@ -121,7 +122,7 @@ CAStreamBasicDescription FormatOf(const SF_INFO& info)
         flags |= kAudioFormatFlagIsFloat;
         break;
     default:
-        break;  // compressed: no PCM description
+        break; // compressed: no PCM description
     }
     if (bits != 0) {
         format.mFormatID = kAudioFormatLinearPCM;
@@ -161,7 +162,10 @@ OSStatus PosixPathToParentFSRefAndName(const char* path, FSRef& parent, std::str
 
 CAAudioFile::CAAudioFile() = default;
 
-CAAudioFile::~CAAudioFile() { Close(); }
+CAAudioFile::~CAAudioFile()
+{
+    Close();
+}
 
 void CAAudioFile::Open(const FSRef& file)
 {
@@ -196,7 +200,8 @@ void CAAudioFile::CreateNew(const FSRef& parentDir, const std::string& name, Aud
     mMode = kPreparingToCreate;
     try {
         XThrowIf(fileType != kAudioFileWAVEType, kCAAudioFileUnsupportedFileTypeError, "create audio file");
-        XThrowIf(SubtypeFor(mFileDataFormat) == 0, kCAAudioFileUnsupportedDataFormatError, "create audio file");
+        XThrowIf(SubtypeFor(mFileDataFormat) == 0, kCAAudioFileUnsupportedDataFormatError,
+                 "create audio file");
         std::string posixName = name;
         std::replace(posixName.begin(), posixName.end(), '/', ':');
         XThrowIf(posixName.empty() || posixName == "." || posixName == "..", kCAAudioFileBadNameError,
@@ -275,7 +280,10 @@ void CAAudioFile::SetClientFormat(const CAStreamBasicDescription& format)
     }
 }
 
-UInt32 CAAudioFile::MaximumPacketSize() const { return mFileDataFormat.mBytesPerPacket; }
+UInt32 CAAudioFile::MaximumPacketSize() const
+{
+    return mFileDataFormat.mBytesPerPacket;
+}
 
 void CAAudioFile::AllocateIOBuffer()
 {
@@ -304,7 +312,8 @@ void CAAudioFile::Write(UInt32 frames, const AudioBufferList* data)
 
     if (!mConverter) {
         errno = 0;
-        const sf_count_t written = sf_writef_float(mFileID, static_cast<const float*>(data->mBuffers[0].mData), frames);
+        const sf_count_t written =
+            sf_writef_float(mFileID, static_cast<const float*>(data->mBuffers[0].mData), frames);
         XThrowIf(written != sf_count_t(frames), StatusOfFailedCall(mFileID, errno), "write audio file");
         mPacketMark += frames;
         mFrameMark += frames;
@@ -348,7 +357,8 @@ void CAAudioFile::Read(UInt32& ioFrames, AudioBufferList* data)
     UInt32 done = 0;
     if (!mConverter) {
         errno = 0;
-        const sf_count_t got = sf_readf_float(mFileID, static_cast<float*>(data->mBuffers[0].mData), ioFrames);
+        const sf_count_t got =
+            sf_readf_float(mFileID, static_cast<float*>(data->mBuffers[0].mData), ioFrames);
         XThrowIf(got < 0 || (got < sf_count_t(ioFrames) && sf_error(mFileID) != SF_ERR_NO_ERROR),
                  StatusOfFailedCall(mFileID, errno), "read audio file");
         done = UInt32(got);
@@ -388,7 +398,7 @@ void CAAudioFile::UpdateHeader()
 void CAAudioFile::CloseHandles() noexcept
 {
     if (mFileID != nullptr)
-        sf_close(mFileID);  // writes the final header
+        sf_close(mFileID); // writes the final header
     mFileID = nullptr;
     if (mFileDescriptor >= 0 && mOwnsFile)
         close(mFileDescriptor);

@@ -34,8 +34,8 @@ inline constexpr OSStatus kCAAudioFileUnspecifiedError = OSStatus(FourCC("wht?")
 inline constexpr OSStatus kCAAudioFileUnsupportedFileTypeError = OSStatus(FourCC("typ?"));
 inline constexpr OSStatus kCAAudioFileUnsupportedDataFormatError = OSStatus(FourCC("fmt?"));
 inline constexpr OSStatus kCAAudioFileInvalidFileError = OSStatus(FourCC("dta?"));
-inline constexpr OSStatus kCAAudioFileNotFoundError = -43;      // no such file or folder
-inline constexpr OSStatus kCAAudioFileDuplicateError = -48;     // a file of that name exists
+inline constexpr OSStatus kCAAudioFileNotFoundError = -43;  // no such file or folder
+inline constexpr OSStatus kCAAudioFileDuplicateError = -48; // a file of that name exists
 inline constexpr OSStatus kCAAudioFileDiskFullError = -34;
 inline constexpr OSStatus kCAAudioFilePermissionError = -54;
 inline constexpr OSStatus kCAAudioFileReadOnlyVolumeError = -61;
@@ -43,7 +43,7 @@ inline constexpr OSStatus kCAAudioFileBadNameError = -37;
 inline constexpr OSStatus kCAAudioFileIOError = -36;
 
 class CAAudioFile {
-public:
+  public:
     enum Mode { kClosed = 0, kReading = 1, kPreparingToCreate = 2, kCreated = 3, kWriting = 4 };
 
     CAAudioFile();
@@ -78,11 +78,11 @@ public:
     int GetMode() const { return mMode; }
     const CAStreamBasicDescription& GetFileDataFormat() const { return mFileDataFormat; }
     const CAStreamBasicDescription& GetClientDataFormat() const { return mClientDataFormat; }
-    SInt64 GetNumberFrames() const { return mNumberFrames; }  // reading: frames in the file
-    SInt64 Tell() const { return mFrameMark; }                // next frame to write or read
+    SInt64 GetNumberFrames() const { return mNumberFrames; } // reading: frames in the file
+    SInt64 Tell() const { return mFrameMark; }               // next frame to write or read
     const std::string& GetPath() const { return mPath; }
 
-private:
+  private:
     void ApplyFileFormat();
     void AllocateIOBuffer();
     void CloseHandles() noexcept;
@@ -96,7 +96,7 @@ private:
     SInt64 mFrameMark = 0;
     SInt64 mNumberFrames = 0;
     UInt32 mIOBufferSizeBytes = 0x10000;
-    std::unique_ptr<float[]> mIOBuffer;  // interleaved float
+    std::unique_ptr<float[]> mIOBuffer; // interleaved float
     UInt32 mIOBufferFrames = 0;
     // Client and file differ (interleaving): blocks go through mIOBuffer.
     bool mConverter = false;

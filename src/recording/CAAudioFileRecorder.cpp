@@ -31,7 +31,7 @@ CAAudioFileRecorder::CAAudioFileRecorder(AudioDeviceID inputDevice, int nBuffers
 
 CAAudioFileRecorder::~CAAudioFileRecorder()
 {
-    mInputUnit.reset();  // the callback is not running once the stream is gone
+    mInputUnit.reset(); // the callback is not running once the stream is gone
     mAudioInputPtrs.reset();
     // Before the bases go: the work thread must not reach a half-destroyed writer.
     CancelAndDisposeBuffers();
@@ -45,7 +45,7 @@ void CAAudioFileRecorder::SetInputGain(float dB)
 void CAAudioFileRecorder::SetFile(const FSRef& parentDir, const std::string& name, AudioFileTypeID fileType,
                                   const CAStreamBasicDescription& dataFormat)
 {
-    Stop();  // the callback must not see the pointer list change
+    Stop(); // the callback must not see the pointer list change
     mAudioInputPtrs.reset();
 
     CAStreamBasicDescription format = dataFormat;
@@ -72,7 +72,8 @@ void CAAudioFileRecorder::Stop()
     CAAudioFileWriter::Stop();
 }
 
-OSStatus CAAudioFileRecorder::InputProc(void* refCon, const AudioTimeStamp&, UInt32 frames, AudioBufferList* data)
+OSStatus CAAudioFileRecorder::InputProc(void* refCon, const AudioTimeStamp&, UInt32 frames,
+                                        AudioBufferList* data)
 {
     auto* self = static_cast<CAAudioFileRecorder*>(refCon);
     CABufferList* ptrs = self->mAudioInputPtrs.get();
@@ -84,7 +85,7 @@ OSStatus CAAudioFileRecorder::InputProc(void* refCon, const AudioTimeStamp&, UIn
     for (UInt32 i = 0; i < list.mNumberBuffers; ++i)
         list.mBuffers[i].mData = nullptr;
     if (data == nullptr || data->mNumberBuffers != list.mNumberBuffers)
-        return kAudioHardwareBadStreamError;  // the block is lost
+        return kAudioHardwareBadStreamError; // the block is lost
     ptrs->SetFrom(*data);
 
     Tolm::Platform::ApplyInputGain(list, self->mInputGain.load(std::memory_order_relaxed));

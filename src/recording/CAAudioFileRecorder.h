@@ -10,7 +10,7 @@
 // recording gain, and a push queue that the work thread writes to the file. Nothing else
 // happens to the samples on the way (no equaliser, no meters).
 class CAAudioFileRecorder : public CAAudioFileWriter {
-public:
+  public:
     // Opens (but does not start) an input stream on `inputDevice`; 0 means the system's
     // default input. Throws CAXException.
     CAAudioFileRecorder(AudioDeviceID inputDevice, int nBuffers, UInt32 bufferSizeFrames);
@@ -36,11 +36,12 @@ public:
     // read and cleared, for a level display.
     float TakeInputPeak() { return mInputPeak.exchange(0.0f, std::memory_order_relaxed); }
 
-protected:
-    static OSStatus InputProc(void* refCon, const AudioTimeStamp& timeStamp, UInt32 frames, AudioBufferList* data);
+  protected:
+    static OSStatus InputProc(void* refCon, const AudioTimeStamp& timeStamp, UInt32 frames,
+                              AudioBufferList* data);
 
     std::unique_ptr<Tolm::Platform::AudioStream> mInputUnit;
-    std::unique_ptr<CABufferList> mAudioInputPtrs;  // aimed at the stream's memory each block
+    std::unique_ptr<CABufferList> mAudioInputPtrs; // aimed at the stream's memory each block
     CAStreamBasicDescription mInputDataFormat;
     std::atomic<float> mInputGain{1.0f};
     std::atomic<float> mInputPeak{0.0f};

@@ -6,7 +6,7 @@
 
 // Owns the file a writer streams into; destroying it closes the file.
 class CAAudioFileStreamer {
-public:
+  public:
     CAAudioFileStreamer() = default;
     virtual ~CAAudioFileStreamer() = default;
 
@@ -17,7 +17,7 @@ public:
     // Null until a file is set.
     CAAudioFile* GetFile() const { return mFile.get(); }
 
-protected:
+  protected:
     bool mRunning = false;
     std::unique_ptr<CAAudioFile> mFile;
 };

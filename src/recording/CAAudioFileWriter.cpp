@@ -22,7 +22,8 @@ void CAAudioFileWriter::SetFile(const FSRef& parentDir, const std::string& name,
     auto file = std::make_unique<CAAudioFile>();
     file->CreateNew(parentDir, name, fileType, dataFormat);
     const CAStreamBasicDescription& fileFormat = file->GetFileDataFormat();
-    const auto client = CAStreamBasicDescription::Float32(fileFormat.mSampleRate, fileFormat.mChannelsPerFrame, false);
+    const auto client =
+        CAStreamBasicDescription::Float32(fileFormat.mSampleRate, fileFormat.mChannelsPerFrame, false);
     file->SetClientFormat(client);
     mFile = std::move(file);
     SetFormat(client);
@@ -52,8 +53,8 @@ void CAAudioFileWriter::WriteBuffer(Buffer* buffer)
     const AudioBufferList& memory = buffer->Memory();
     for (UInt32 i = 0; i < list.mNumberBuffers; ++i) {
         list.mBuffers[i].mNumberChannels = memory.mBuffers[i].mNumberChannels;
-        list.mBuffers[i].mData =
-            static_cast<std::byte*>(memory.mBuffers[i].mData) + std::size_t(buffer->mStartOffset) * mBytesPerFrame;
+        list.mBuffers[i].mData = static_cast<std::byte*>(memory.mBuffers[i].mData) +
+                                 std::size_t(buffer->mStartOffset) * mBytesPerFrame;
         list.mBuffers[i].mDataByteSize = mBytesPerFrame * frames;
     }
     mFile->Write(frames, &list);

@@ -7,7 +7,7 @@
 
 // A push queue whose full buffers the work thread writes to a file.
 class CAAudioFileWriter : public CAPushBufferQueue, public CAAudioFileStreamer {
-public:
+  public:
     CAAudioFileWriter(int nBuffers, UInt32 bufferSizeFrames);
     ~CAAudioFileWriter() override;
 
@@ -20,7 +20,7 @@ public:
     // Writes what the queue still holds, on the calling thread.
     virtual void Stop();
 
-protected:
+  protected:
     Buffer* CreateBuffer(const CAStreamBasicDescription& format, UInt32 nBytes) override;
     void ProcessBuffer(Buffer* buffer) override { WriteBuffer(buffer); }
     void WriteBuffer(Buffer* buffer);

@@ -22,7 +22,10 @@ CABufferQueue::CABufferQueue(int nBuffers, UInt32 bufferSizeFrames)
     mWorkThread = sWorkThread;
 }
 
-CABufferQueue::~CABufferQueue() { CancelAndDisposeBuffers(); }
+CABufferQueue::~CABufferQueue()
+{
+    CancelAndDisposeBuffers();
+}
 
 void CABufferQueue::SetFormat(const CAStreamBasicDescription& format)
 {
@@ -54,8 +57,8 @@ CABufferQueue::Buffer::Buffer(CABufferQueue* owner, const CAStreamBasicDescripti
     mMemory->AllocateBuffers(nBytes);
 }
 
-bool CABufferQueue::Buffer::CopyFrom(const AudioBufferList* data, UInt32 bytesPerFrame, UInt32& framesProduced,
-                                     UInt32& framesRequired)
+bool CABufferQueue::Buffer::CopyFrom(const AudioBufferList* data, UInt32 bytesPerFrame,
+                                     UInt32& framesProduced, UInt32& framesRequired)
 {
     const UInt32 capacity = mByteSize / bytesPerFrame;
     const UInt32 room = capacity - (mEndOffset - mStartOffset);
@@ -69,7 +72,8 @@ bool CABufferQueue::Buffer::CopyFrom(const AudioBufferList* data, UInt32 bytesPe
     const std::size_t source = std::size_t(framesProduced) * bytesPerFrame;
     for (UInt32 i = 0; i < channels; ++i) {
         std::memcpy(static_cast<std::byte*>(mMemory->GetBuffer(i).mData) + destination,
-                    static_cast<const std::byte*>(data->mBuffers[i].mData) + source, std::size_t(n) * bytesPerFrame);
+                    static_cast<const std::byte*>(data->mBuffers[i].mData) + source,
+                    std::size_t(n) * bytesPerFrame);
     }
     framesProduced += n;
     framesRequired -= n;
@@ -150,7 +154,7 @@ void CABufferQueue::WorkThread::RemoveBuffers(CABufferQueue* queue)
     TakePendingBuffers();
     std::erase_if(mBuffersToProcess, [queue](Buffer* b) { return b->mQueue == queue; });
     if (!mBuffersToProcess.empty())
-        mRunGuard.Notify();  // other queues' buffers taken from the stack above
+        mRunGuard.Notify(); // other queues' buffers taken from the stack above
 }
 
 void CABufferQueue::WorkThread::ProcessQueue(CABufferQueue* queue, Buffer* partial)

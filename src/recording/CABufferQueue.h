@@ -14,7 +14,7 @@
 #include <vector>
 
 class CABufferQueue {
-public:
+  public:
     class Buffer;
     class WorkThread;
 
@@ -35,7 +35,7 @@ public:
     int GetOverrunCount() const { return mOverrunCount.load(std::memory_order_relaxed); }
     void ResetOverrunCount() { mOverrunCount.store(0, std::memory_order_relaxed); }
 
-protected:
+  protected:
     virtual Buffer* CreateBuffer(const CAStreamBasicDescription& format, UInt32 nBytes) = 0;
     // On the work thread (or the caller of Flush). The consumer empties the buffer.
     virtual void ProcessBuffer(Buffer* buffer) = 0;
@@ -54,7 +54,7 @@ protected:
 };
 
 class CABufferQueue::Buffer {
-public:
+  public:
     Buffer(CABufferQueue* owner, const CAStreamBasicDescription& format, UInt32 nBytes);
 
     Buffer(const Buffer&) = delete;
@@ -71,21 +71,21 @@ public:
     CABufferQueue* Queue() const { return mQueue; }
     const AudioBufferList& Memory() const { return mMemory->GetBufferList(); }
 
-    Buffer* mNext = nullptr;  // only while on the work thread's pending stack
+    Buffer* mNext = nullptr; // only while on the work thread's pending stack
     CABufferQueue* mQueue;
     std::unique_ptr<CABufferList> mMemory;
-    UInt32 mByteSize;  // bytes per channel buffer
+    UInt32 mByteSize; // bytes per channel buffer
     // Set by the producer at hand-over, cleared by the work thread once processed; while
     // set, the ring does not touch the buffer.
     std::atomic<bool> mInProgress{false};
     bool mEndOfStream = false;
-    UInt32 mStartOffset = 0;  // frames
-    UInt32 mEndOffset = 0;    // frames
+    UInt32 mStartOffset = 0; // frames
+    UInt32 mEndOffset = 0;   // frames
 };
 
 // The one thread that processes the full buffers of every queue in the process.
 class CABufferQueue::WorkThread : public CAPThread {
-public:
+  public:
     WorkThread();
 
     // Real-time safe: a compare-and-swap push and a wake-up.
@@ -98,7 +98,7 @@ public:
     void ProcessQueue(CABufferQueue* queue, Buffer* partial);
     void Stop();
 
-private:
+  private:
     static void* ThreadEntry(void* self);
     void Run();
     // Moves the pending stack, oldest first, to the end of mBuffersToProcess. Under the guard.
@@ -111,7 +111,7 @@ private:
 };
 
 class CAPushBufferQueue : public CABufferQueue {
-public:
+  public:
     using CABufferQueue::CABufferQueue;
 
     // Real-time thread: copies the block in and hands full buffers over. When the next

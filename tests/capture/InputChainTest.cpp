@@ -1,14 +1,14 @@
 // The per-block chain of the monitoring path and the gain stage in front of it.
 
-#include "capture/GapDetectorListener.h"
 #include "capture/InputChain.h"
+
+#include "capture/GapDetectorListener.h"
 #include "platform/CABufferList.h"
 #include "platform/GainStage.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <limits>
 #include <vector>
 
@@ -35,7 +35,7 @@ struct Block {
 
 // Meters, equaliser and detector are process-wide: every case starts from a clean slate.
 class InputChain : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { Clean(); }
     void TearDown() override { Clean(); }
     static void Clean()
@@ -55,10 +55,10 @@ TEST_F(InputChain, MetersTheAbsolutePeakBeforeTheEqualiser)
     const auto original = block.samples;
     InputProcCallback(block.List(), block.Frames(), 0);
 
-    EXPECT_EQ(ssVUMaxL.load(), 0.5f);  // the negative peak, as an absolute value
+    EXPECT_EQ(ssVUMaxL.load(), 0.5f); // the negative peak, as an absolute value
     EXPECT_EQ(ssVUMaxR.load(), 0.2f);
     EXPECT_EQ(GetVUMax(), 0.5f);
-    EXPECT_NE(block.samples, original);  // equalised in place, after metering
+    EXPECT_NE(block.samples, original); // equalised in place, after metering
 }
 
 TEST_F(InputChain, PeaksHoldUntilReadAndTheRecordingPeakUntilReset)
@@ -69,10 +69,10 @@ TEST_F(InputChain, PeaksHoldUntilReadAndTheRecordingPeakUntilReset)
     InputProcCallback(quiet.List(), 2, 512);
 
     EXPECT_EQ(GetVUMaxL(), 0.8f);
-    EXPECT_EQ(GetVUMaxL(), 0.0f);  // read and cleared
+    EXPECT_EQ(GetVUMaxL(), 0.0f); // read and cleared
     EXPECT_EQ(GetVUMaxR(), 0.9f);
     EXPECT_EQ(GetVUMax(), 0.9f);
-    EXPECT_EQ(GetVUMax(), 0.9f);  // not cleared by reading
+    EXPECT_EQ(GetVUMax(), 0.9f); // not cleared by reading
     ResetVUMax();
     EXPECT_EQ(GetVUMax(), 0.0f);
 
@@ -160,7 +160,8 @@ TEST_F(InputChain, AGapAfterMusicReachesTheControllerAsTrackGapDetected)
         const auto end = frame + static_cast<unsigned long>(seconds * 44100);
         while (frame < end) {
             for (unsigned long i = 0; i < blockFrames; ++i, ++frame)
-                left[i] = right[i] = amplitude * std::sin(2.0f * float(M_PI) * 500.0f * float(frame) / 44100.0f);
+                left[i] = right[i] =
+                    amplitude * std::sin(2.0f * float(M_PI) * 500.0f * float(frame) / 44100.0f);
             Block block({left, right});
             InputProcCallback(block.List(), blockFrames, static_cast<long long>(frame));
         }
@@ -177,7 +178,9 @@ TEST(GainStage, UnityPassesBitForBitAndOnlyThePositiveSideIsClamped)
     const float nan = std::numeric_limits<float>::quiet_NaN();
     Block unity({std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}});
     Tolm::Platform::ApplyInputGain(*unity.List(), 1.0f);
-    EXPECT_EQ(std::memcmp(unity.samples[0].data(), std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}.data(), 20), 0);
+    EXPECT_EQ(
+        std::memcmp(unity.samples[0].data(), std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}.data(), 20),
+        0);
 
     Block doubled({{0.75f, -0.75f, 0.25f}, {-0.6f, 0.6f, 0.0f}});
     Tolm::Platform::ApplyInputGain(*doubled.List(), 2.0f);

@@ -37,7 +37,7 @@ inline float Signal(std::uint64_t frame, unsigned channel)
     x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9ull;
     x = (x ^ (x >> 27)) * 0x94D049BB133111EBull;
     x ^= x >> 31;
-    const float v = float(x >> 40) / float(1u << 24) * 1.6f - 0.8f;  // [-0.8, 0.8)
+    const float v = float(x >> 40) / float(1u << 24) * 1.6f - 0.8f; // [-0.8, 0.8)
     return v + (v < 0.0f ? -0.05f : 0.05f);
 }
 
@@ -58,7 +58,7 @@ inline std::optional<AudioDeviceID> FindDevice(const std::string& name, bool inp
 
 struct WavFile {
     SF_INFO info{};
-    std::vector<float> samples;  // interleaved
+    std::vector<float> samples; // interleaved
     bool opened = false;
 };
 

@@ -7,11 +7,10 @@
 #include "platform/PulseAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -26,7 +25,7 @@ using namespace RecorderIntegration;
 using Tolm::Test::PulseDaemon;
 
 class RecorderInterruption : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override
     {
         if (!mDaemon.Start())
@@ -67,7 +66,8 @@ TEST_F(RecorderInterruption, UnpluggingTheSourceEndsTheRecordingWithNothingFromE
     const AudioDeviceID sink = Tolm::Platform::Hardware().DefaultOutputDevice();
     ASSERT_NE(sink, kAudioDeviceUnknown);
     std::unique_ptr<Tolm::Platform::AudioStream> output;
-    ASSERT_EQ(Tolm::Platform::Hardware().OpenOutputStream(sink, &ConstantOutput::Proc, nullptr, output), noErr);
+    ASSERT_EQ(Tolm::Platform::Hardware().OpenOutputStream(sink, &ConstantOutput::Proc, nullptr, output),
+              noErr);
     ASSERT_EQ(output->Start(), noErr);
     ASSERT_TRUE(WaitUntil([&] { return output->Statistics().frames > 0; }));
 
@@ -83,7 +83,7 @@ TEST_F(RecorderInterruption, UnpluggingTheSourceEndsTheRecordingWithNothingFromE
         ASSERT_TRUE(mDaemon.UnloadPipeSource());
         EXPECT_TRUE(WaitUntil([&] { return !recorder.IsInputRunning(); }));
         mDaemon.StopFeeding();
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));  // time for anything to stray in
+        std::this_thread::sleep_for(std::chrono::milliseconds(500)); // time for anything to stray in
         EXPECT_NO_THROW(recorder.Stop());
         statistics = recorder.GetInputStatistics();
     }
@@ -151,7 +151,8 @@ std::optional<long long> SoxFrameCount(const std::string& path)
 
 std::vector<float> SoxSamples(const std::string& path, const std::string& raw)
 {
-    const std::string command = "sox -D '" + path + "' -t f32 -e floating-point -b 32 -L '" + raw + "' 2>/dev/null";
+    const std::string command =
+        "sox -D '" + path + "' -t f32 -e floating-point -b 32 -L '" + raw + "' 2>/dev/null";
     if (std::system(command.c_str()) != 0)
         return {};
     std::ifstream in(raw, std::ios::binary | std::ios::ate);

@@ -1,9 +1,9 @@
 // Records the named PulseAudio source into a file until it is killed; prints "recording"
 // on standard output once capture runs. The kill test's child process.
 
+#include "platform/CAXException.h"
 #include "platform/PulseAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
-#include "platform/CAXException.h"
 
 #include <cstdio>
 #include <unistd.h>

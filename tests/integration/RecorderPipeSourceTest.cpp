@@ -1,9 +1,9 @@
 // Twenty seconds through the pipe source, paced in real time, recorded at 48 kHz: after
 // alignment the file is what was fed, sample for sample, and nothing was dropped.
 
+#include "../recording/TempFolder.h"
 #include "PulseDaemon.h"
 #include "RecorderIntegration.h"
-#include "../recording/TempFolder.h"
 #include "platform/PulseAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
 

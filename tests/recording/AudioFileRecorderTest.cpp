@@ -7,10 +7,9 @@
 #include "platform/VirtualAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
+#include <gtest/gtest.h>
 #include <random>
 #include <sndfile.h>
 #include <vector>
@@ -46,7 +45,7 @@ std::vector<float> ReadInterleaved(const std::string& path, SF_INFO& info)
 }
 
 class RecorderOnVirtualDevice : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override
     {
         mHardware = std::make_shared<VirtualAudioHardware>(VirtualAudioHardware::Clock::Manual);
@@ -75,7 +74,7 @@ protected:
             recorder.SetFile(FSRef{mFolder.Path()}, name, kAudioFileWAVEType,
                              CAStreamBasicDescription::Float32(0.0, 2, true));
             recorder.Start();
-            mHardware->Pump(device, frames);
+            mHardware->Pump(recorder.GetInputDevice(), frames);
             recorder.Stop();
             EXPECT_EQ(recorder.GetOverrunCount(), 0);
         }
@@ -96,7 +95,7 @@ TEST_F(RecorderOnVirtualDevice, AtZeroDecibelsTheFileHoldsTheInputSampleForSampl
     SF_INFO info;
     const std::vector<float> file = Record(device, frames, 0.0f, info, "take.wav", 4);
 
-    EXPECT_EQ(info.samplerate, 48000);  // the device's rate, not 44100
+    EXPECT_EQ(info.samplerate, 48000); // the device's rate, not 44100
     EXPECT_EQ(info.channels, 2);
     EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, SF_FORMAT_FLOAT);
     ASSERT_EQ(info.frames, sf_count_t(frames));
@@ -128,7 +127,7 @@ TEST_F(RecorderOnVirtualDevice, AStopBeforeTheFirstBufferFillsLeavesExactlyThose
     const AudioDeviceID device = AddTurntable(input);
     mHardware->SetDefaultInputDevice(device);
     SF_INFO info;
-    const std::vector<float> file = Record(0, 1000, 0.0f, info);  // device 0: the default input
+    const std::vector<float> file = Record(0, 1000, 0.0f, info); // device 0: the default input
     ASSERT_EQ(info.frames, 1000);
     EXPECT_TRUE(std::equal(file.begin(), file.end(), input.begin()));
 }

@@ -4,11 +4,10 @@
 
 #include "recording/CABufferQueue.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -18,7 +17,8 @@ namespace {
 
 constexpr UInt32 kChannels = 2;
 
-bool PollUntil(const std::function<bool()>& condition, std::chrono::seconds timeout = std::chrono::seconds(20))
+bool PollUntil(const std::function<bool()>& condition,
+               std::chrono::seconds timeout = std::chrono::seconds(20))
 {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
@@ -48,8 +48,9 @@ struct Block {
 
 // Records every processed buffer: its frames, in order, and the thread that processed it.
 class RecordingQueue : public CAPushBufferQueue {
-public:
-    RecordingQueue(int buffers, UInt32 frames, WorkThread* thread = nullptr) : CAPushBufferQueue(buffers, frames)
+  public:
+    RecordingQueue(int buffers, UInt32 frames, WorkThread* thread = nullptr)
+        : CAPushBufferQueue(buffers, frames)
     {
         if (thread != nullptr)
             mWorkThread = thread;
@@ -57,30 +58,22 @@ public:
     }
     ~RecordingQueue() override { CancelAndDisposeBuffers(); }
 
-    std::vector<float> Left() const
+    // What has been processed so far, copied under the lock.
+    struct Log {
+        std::vector<float> left, right;
+        std::vector<UInt32> sizes;
+        std::vector<std::thread::id> threads;
+    };
+    Log Processed() const
     {
         std::lock_guard lock(mMutex);
-        return mLeft;
+        return mLog;
     }
-    std::vector<float> Right() const
-    {
-        std::lock_guard lock(mMutex);
-        return mRight;
-    }
-    std::vector<UInt32> BufferSizes() const
-    {
-        std::lock_guard lock(mMutex);
-        return mSizes;
-    }
-    std::vector<std::thread::id> Threads() const
-    {
-        std::lock_guard lock(mMutex);
-        return mThreads;
-    }
-    std::size_t Processed() const { return BufferSizes().size(); }
+    std::vector<float> Left() const { return Processed().left; }
+    std::size_t Count() const { return Processed().sizes.size(); }
     bool throwOnProcess = false;
 
-protected:
+  protected:
     Buffer* CreateBuffer(const CAStreamBasicDescription& format, UInt32 nBytes) override
     {
         return new Buffer(this, format, nBytes);
@@ -92,18 +85,16 @@ protected:
         std::lock_guard lock(mMutex);
         const auto* left = static_cast<const float*>(buffer->Memory().mBuffers[0].mData);
         const auto* right = static_cast<const float*>(buffer->Memory().mBuffers[1].mData);
-        mLeft.insert(mLeft.end(), left, left + buffer->FrameCount());
-        mRight.insert(mRight.end(), right, right + buffer->FrameCount());
-        mSizes.push_back(buffer->FrameCount());
-        mThreads.push_back(std::this_thread::get_id());
+        mLog.left.insert(mLog.left.end(), left, left + buffer->FrameCount());
+        mLog.right.insert(mLog.right.end(), right, right + buffer->FrameCount());
+        mLog.sizes.push_back(buffer->FrameCount());
+        mLog.threads.push_back(std::this_thread::get_id());
         buffer->SetEmpty();
     }
 
-private:
+  private:
     mutable std::mutex mMutex;
-    std::vector<float> mLeft, mRight;
-    std::vector<UInt32> mSizes;
-    std::vector<std::thread::id> mThreads;
+    Log mLog;
 };
 
 std::vector<float> Ramp(UInt32 first, UInt32 count)
@@ -128,7 +119,7 @@ struct IdleWorkThread {
         if (started) {
             thread->Stop();
             if (!PollUntil([&] { return !thread->IsRunning(); }))
-                return;  // leak rather than free a running thread
+                return; // leak rather than free a running thread
         }
         delete thread;
     }
@@ -146,20 +137,20 @@ TEST(BufferQueue, ABlockLargerThanTheRoomLeftContinuesInTheNextBuffer)
     IdleWorkThread work;
     RecordingQueue queue(3, 4, work.thread);
     queue.PushBuffer(3, Block(0, 3).List());
-    queue.PushBuffer(3, Block(3, 3).List());  // one frame fills buffer 0, two go to buffer 1
-    EXPECT_EQ(queue.Processed(), 0u);
+    queue.PushBuffer(3, Block(3, 3).List()); // one frame fills buffer 0, two go to buffer 1
+    EXPECT_EQ(queue.Count(), 0u);
 
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return queue.Processed() == 1; }));
+    ASSERT_TRUE(PollUntil([&] { return queue.Count() == 1; }));
     EXPECT_EQ(queue.Left(), Ramp(0, 4));
-    EXPECT_EQ(queue.BufferSizes(), std::vector<UInt32>{4});
+    EXPECT_EQ(queue.Processed().sizes, std::vector<UInt32>{4});
 
     queue.Flush();
     EXPECT_EQ(queue.Left(), Ramp(0, 6));
     std::vector<float> negated = Ramp(0, 6);
     for (float& x : negated)
         x = -x;
-    EXPECT_EQ(queue.Right(), negated);
+    EXPECT_EQ(queue.Processed().right, negated);
     EXPECT_EQ(queue.GetOverrunCount(), 0);
 }
 
@@ -167,14 +158,14 @@ TEST(BufferQueue, AnOverrunKeepsWhatFittedDropsTheRestAndCountsOncePerBlock)
 {
     IdleWorkThread work;
     RecordingQueue queue(3, 4, work.thread);
-    queue.PushBuffer(10, Block(0, 10).List());  // buffers 0 and 1 handed over, 2 holds two frames
-    queue.PushBuffer(5, Block(10, 5).List());   // two fit (buffer 2 handed over), buffer 0 still waits
+    queue.PushBuffer(10, Block(0, 10).List()); // buffers 0 and 1 handed over, 2 holds two frames
+    queue.PushBuffer(5, Block(10, 5).List());  // two fit (buffer 2 handed over), buffer 0 still waits
     EXPECT_EQ(queue.GetOverrunCount(), 1);
-    queue.PushBuffer(7, Block(15, 7).List());   // nothing fits
+    queue.PushBuffer(7, Block(15, 7).List()); // nothing fits
     EXPECT_EQ(queue.GetOverrunCount(), 2);
 
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return queue.Processed() == 3; }));
+    ASSERT_TRUE(PollUntil([&] { return queue.Count() == 3; }));
     EXPECT_EQ(queue.Left(), Ramp(0, 12));
 
     // The ring is free again and continues where it stood.
@@ -189,28 +180,28 @@ TEST(BufferQueue, FlushWritesWaitingBuffersInOrderThenThePartialOneOnTheCallingT
 {
     IdleWorkThread work;
     RecordingQueue queue(3, 4, work.thread);
-    queue.Flush();  // nothing held: nothing processed
-    EXPECT_EQ(queue.Processed(), 0u);
+    queue.Flush(); // nothing held: nothing processed
+    EXPECT_EQ(queue.Count(), 0u);
 
     queue.PushBuffer(10, Block(0, 10).List());
     queue.Flush();
-    EXPECT_EQ(queue.BufferSizes(), (std::vector<UInt32>{4, 4, 2}));
+    EXPECT_EQ(queue.Processed().sizes, (std::vector<UInt32>{4, 4, 2}));
     EXPECT_EQ(queue.Left(), Ramp(0, 10));
-    for (auto id : queue.Threads())
+    for (auto id : queue.Processed().threads)
         EXPECT_EQ(id, std::this_thread::get_id());
 
     // The current buffer is not advanced by a flush: the next frames go into it again.
     queue.PushBuffer(2, Block(10, 2).List());
     queue.Flush();
-    EXPECT_EQ(queue.BufferSizes(), (std::vector<UInt32>{4, 4, 2, 2}));
+    EXPECT_EQ(queue.Processed().sizes, (std::vector<UInt32>{4, 4, 2, 2}));
 
-    queue.Flush();  // emptied by the consumer: nothing more
-    EXPECT_EQ(queue.Processed(), 4u);
+    queue.Flush(); // emptied by the consumer: nothing more
+    EXPECT_EQ(queue.Count(), 4u);
 
     // Starting the work thread later finds nothing of this queue left to do.
     work.Start();
     queue.PushBuffer(4, Block(12, 4).List());
-    ASSERT_TRUE(PollUntil([&] { return queue.Processed() == 5; }));
+    ASSERT_TRUE(PollUntil([&] { return queue.Count() == 5; }));
     EXPECT_EQ(queue.Left(), Ramp(0, 16));
 }
 
@@ -218,11 +209,11 @@ TEST(BufferQueue, FlushWithTheWholeRingWaitingWritesEachBufferOnce)
 {
     IdleWorkThread work;
     RecordingQueue queue(3, 4, work.thread);
-    queue.PushBuffer(12, Block(0, 12).List());  // every buffer waits; the current one too
+    queue.PushBuffer(12, Block(0, 12).List()); // every buffer waits; the current one too
     queue.Flush();
-    EXPECT_EQ(queue.BufferSizes(), (std::vector<UInt32>{4, 4, 4}));
+    EXPECT_EQ(queue.Processed().sizes, (std::vector<UInt32>{4, 4, 4}));
     EXPECT_EQ(queue.Left(), Ramp(0, 12));
-    queue.PushBuffer(4, Block(12, 4).List());  // no overrun: the ring is free
+    queue.PushBuffer(4, Block(12, 4).List()); // no overrun: the ring is free
     EXPECT_EQ(queue.GetOverrunCount(), 0);
 }
 
@@ -234,15 +225,15 @@ TEST(BufferQueue, TwoQueuesShareTheOneProcessWideWorkThread)
         a.PushBuffer(64, Block(i * 64, 64).List());
         b.PushBuffer(64, Block(i * 64, 64).List());
     }
-    ASSERT_TRUE(PollUntil([&] { return a.Processed() == 2 && b.Processed() == 5; }));
+    ASSERT_TRUE(PollUntil([&] { return a.Count() == 2 && b.Count() == 5; }));
     a.Flush();
     b.Flush();
     EXPECT_EQ(a.Left(), Ramp(0, 640));
     EXPECT_EQ(b.Left(), Ramp(0, 640));
 
-    const auto threadOfA = a.Threads().front();
+    const auto threadOfA = a.Processed().threads.front();
     EXPECT_NE(threadOfA, std::this_thread::get_id());
-    EXPECT_EQ(b.Threads().front(), threadOfA);
+    EXPECT_EQ(b.Processed().threads.front(), threadOfA);
 }
 
 TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTaken)
@@ -257,9 +248,9 @@ TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTake
     // Still on the pending stack: a queue that goes away must not have them processed.
     work.thread->RemoveBuffers(removed.get());
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return kept.Processed() == 2; }));
+    ASSERT_TRUE(PollUntil([&] { return kept.Count() == 2; }));
     EXPECT_EQ(kept.Left(), Ramp(0, 8));
-    EXPECT_EQ(removed->Processed(), 0u);
+    EXPECT_EQ(removed->Count(), 0u);
 
     // Removed buffers stay marked in progress, so the ring of that queue is blocked.
     removed->PushBuffer(1, Block(0, 1).List());
@@ -267,7 +258,7 @@ TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTake
     removed.reset();
 
     kept.PushBuffer(4, Block(8, 4).List());
-    ASSERT_TRUE(PollUntil([&] { return kept.Processed() == 3; }));
+    ASSERT_TRUE(PollUntil([&] { return kept.Count() == 3; }));
 }
 
 TEST(BufferQueue, AFailingBufferEndsTheWorkThreadWithoutHoldingItsGuard)
@@ -278,11 +269,11 @@ TEST(BufferQueue, AFailingBufferEndsTheWorkThreadWithoutHoldingItsGuard)
     queue.PushBuffer(8, Block(0, 8).List());
     work.Start();
     ASSERT_TRUE(PollUntil([&] { return !work.thread->IsRunning(); }));
-    work.started = false;  // ended by itself
+    work.started = false; // ended by itself
     // Would hang if the guard had been left locked.
     work.thread->RemoveBuffers(&queue);
     queue.throwOnProcess = false;
-    EXPECT_EQ(queue.Processed(), 0u);
+    EXPECT_EQ(queue.Count(), 0u);
 }
 
 } // namespace

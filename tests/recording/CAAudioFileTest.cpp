@@ -1,14 +1,14 @@
 // CAAudioFile: files written here are read back with libsndfile on their own.
 
+#include "recording/CAAudioFile.h"
+
 #include "TempFolder.h"
 #include "platform/CABufferList.h"
 #include "platform/CAXException.h"
-#include "recording/CAAudioFile.h"
-
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
 #include <sndfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,7 +33,7 @@ void ExpectCAX(const std::function<void()>& f, const char* operation, OSStatus s
 
 struct ReadBack {
     SF_INFO info{};
-    std::vector<float> samples;  // interleaved
+    std::vector<float> samples; // interleaved
     std::string magic;
 };
 
@@ -69,7 +69,10 @@ struct StereoBlock {
     CABufferList list;
 };
 
-FSRef Folder(const TempFolder& folder) { return FSRef{folder.Path()}; }
+FSRef Folder(const TempFolder& folder)
+{
+    return FSRef{folder.Path()};
+}
 
 TEST(CAAudioFile, WritesNonInterleavedBlocksAsInterleavedFloatWav)
 {
@@ -79,7 +82,7 @@ TEST(CAAudioFile, WritesNonInterleavedBlocksAsInterleavedFloatWav)
         file.CreateNew(Folder(folder), "take.wav", kAudioFileWAVEType, kStereoFile);
         EXPECT_EQ(file.GetMode(), CAAudioFile::kCreated);
         file.SetClientFormat(kStereoClient);
-        file.SetIOBufferSizeBytes(1000 * 8);  // blocks larger than the I/O buffer are written in pieces
+        file.SetIOBufferSizeBytes(1000 * 8); // blocks larger than the I/O buffer are written in pieces
         file.Write(2500, StereoBlock(0, 2500).List());
         EXPECT_EQ(file.GetMode(), CAAudioFile::kWriting);
         file.Write(0, StereoBlock(0, 0).List());
@@ -87,7 +90,7 @@ TEST(CAAudioFile, WritesNonInterleavedBlocksAsInterleavedFloatWav)
         EXPECT_EQ(file.Tell(), 2507);
     }
     const ReadBack r = ReadWithLibsndfile(folder / "take.wav");
-    EXPECT_EQ(r.magic, "RIFF");  // small files stay plain WAV
+    EXPECT_EQ(r.magic, "RIFF"); // small files stay plain WAV
     EXPECT_EQ(r.info.format & SF_FORMAT_SUBMASK, SF_FORMAT_FLOAT);
     EXPECT_EQ(r.info.samplerate, 48000);
     ASSERT_EQ(r.info.channels, 2);
@@ -148,12 +151,12 @@ TEST(CAAudioFile, StatesAndTheirTexts)
     ExpectCAX([&] { file.Write(4, block.List()); }, "can't write to this file", -66565);
     ExpectCAX([&] { file.SetClientFormat(kStereoClient); }, "audio file format not yet known", -66565);
     UInt32 frames = 4;
-    ExpectCAX([&] { file.Read(frames, const_cast<AudioBufferList*>(block.List())); }, "can't read from this file",
-              -66565);
+    ExpectCAX([&] { file.Read(frames, const_cast<AudioBufferList*>(block.List())); },
+              "can't read from this file", -66565);
 
     file.CreateNew(Folder(folder), "a.wav", kAudioFileWAVEType, kStereoFile);
-    ExpectCAX([&] { file.CreateNew(Folder(folder), "b.wav", kAudioFileWAVEType, kStereoFile); }, "file already open",
-              -66565);
+    ExpectCAX([&] { file.CreateNew(Folder(folder), "b.wav", kAudioFileWAVEType, kStereoFile); },
+              "file already open", -66565);
 
     CAStreamBasicDescription compressed = kStereoClient;
     compressed.mFormatID = FourCC("aac ");
@@ -165,16 +168,16 @@ TEST(CAAudioFile, StatesAndTheirTexts)
 
     file.SetClientFormat(kStereoClient);
     file.Write(4, block.List());
-    ExpectCAX([&] { file.Read(frames, const_cast<AudioBufferList*>(block.List())); }, "can't read from this file",
-              -66565);
+    ExpectCAX([&] { file.Read(frames, const_cast<AudioBufferList*>(block.List())); },
+              "can't read from this file", -66565);
     file.Close();
     EXPECT_EQ(file.GetMode(), CAAudioFile::kClosed);
     ExpectCAX([&] { file.Write(4, block.List()); }, "can't write to this file", -66565);
-    file.Close();  // twice is harmless
+    file.Close(); // twice is harmless
 
     CAAudioFile other;
-    ExpectCAX([&] { other.CreateNew(Folder(folder), "c.aif", FourCC("AIFF"), kStereoFile); }, "create audio file",
-              OSStatus(FourCC("typ?")));
+    ExpectCAX([&] { other.CreateNew(Folder(folder), "c.aif", FourCC("AIFF"), kStereoFile); },
+              "create audio file", OSStatus(FourCC("typ?")));
     ExpectCAX([&] { other.CreateNew(Folder(folder), "d.wav", kAudioFileWAVEType, kStereoClient); },
               "create audio file", OSStatus(FourCC("fmt?")));
     ExpectCAX([&] { other.CreateNew(FSRef{folder / "gone"}, "e.wav", kAudioFileWAVEType, kStereoFile); },
@@ -188,7 +191,8 @@ TEST(CAAudioFile, ARateOfZeroIsWrittenAs44100)
     TempFolder folder;
     {
         CAAudioFile file;
-        file.CreateNew(Folder(folder), "z.wav", kAudioFileWAVEType, CAStreamBasicDescription::Float32(0, 2, true));
+        file.CreateNew(Folder(folder), "z.wav", kAudioFileWAVEType,
+                       CAStreamBasicDescription::Float32(0, 2, true));
         EXPECT_EQ(file.GetFileDataFormat().mSampleRate, 44100.0);
     }
     EXPECT_EQ(ReadWithLibsndfile(folder / "z.wav").info.samplerate, 44100);

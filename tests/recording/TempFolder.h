@@ -1,13 +1,12 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
-
 #include <stdlib.h>
+#include <string>
 
 // A fresh folder for one test, removed with everything in it.
 class TempFolder {
-public:
+  public:
     TempFolder()
     {
         std::string pattern = (std::filesystem::temp_directory_path() / "tolm-rec-XXXXXX").string();
@@ -24,6 +23,6 @@ public:
     const std::string& Path() const { return mPath; }
     std::string operator/(const std::string& name) const { return mPath + "/" + name; }
 
-private:
+  private:
     std::string mPath;
 };

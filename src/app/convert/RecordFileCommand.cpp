@@ -3,10 +3,11 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "capture/DemoTurntable.h"
 #include "platform/AudioHardware.h"
 #include "platform/CADecibels.h"
 #include "platform/CAXException.h"
-#include "platform/VirtualAudioHardware.h"
+#include "platform/PulseAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
 
 #include <algorithm>
@@ -50,27 +51,6 @@ std::optional<Platform::AudioDeviceInfo> FindInputDevice(const std::string& name
     return find([&](const auto& d) { return TrimTrailingBlanks(d.name) == TrimTrailingBlanks(name); });
 }
 
-// A stand-in turntable for --demo: a virtual input playing a generated piece in real time.
-// Small on purpose; the program's demo turntable replaces it.
-AudioDeviceID InstallDemoInput()
-{
-    auto hardware = std::make_shared<Platform::VirtualAudioHardware>(Platform::VirtualAudioHardware::Clock::RealTime);
-    Platform::VirtualDeviceSpec spec;
-    spec.name = "Tolm Demo Turntable";
-    spec.inputChannels = 2;
-    spec.sampleRate = 44100.0;
-    const AudioDeviceID id = hardware->AddDevice(spec, Platform::MakeFunctionSource([](UInt64 frame, UInt32 channel) {
-        // A slow arpeggio, a little wider on the right.
-        const double t = double(frame) / 44100.0;
-        static constexpr double kNotes[] = {220.0, 277.18, 329.63, 440.0};
-        const double note = kNotes[UInt64(t * 2.0) % 4];
-        const double envelope = std::exp(-3.0 * std::fmod(t, 0.5));
-        return float(0.4 * envelope * std::sin(2.0 * M_PI * note * (channel == 0 ? 1.0 : 1.003) * t));
-    }));
-    Platform::SetHardware(hardware);
-    return id;
-}
-
 std::string LevelText(float peak)
 {
     if (peak <= 0.0f)
@@ -111,7 +91,7 @@ int RunRecordFile(const std::vector<std::string>& args)
         }
         gainDb = float(*gain);
     }
-    double seconds = 0.0;  // 0: until Ctrl-C
+    double seconds = 0.0; // 0: until Ctrl-C
     if (secondsText) {
         const auto s = ParseNumber(*secondsText);
         if (!s || !(*s > 0.0) || !std::isfinite(*s)) {
@@ -134,10 +114,15 @@ int RunRecordFile(const std::vector<std::string>& args)
     }
 
     AudioDeviceID device = 0;
-    Float64 rate = 0.0;  // 0: the recorder takes the stream's rate
+    Float64 rate = 0.0; // 0: the recorder takes the stream's rate
     UInt32 channels = 2;
+    // The demo turntable sits on the sound server's devices when there is one.
+    std::unique_ptr<Capture::DemoTurntable> turntable;
     if (demo) {
-        device = InstallDemoInput();
+        turntable =
+            std::make_unique<Capture::DemoTurntable>(Platform::PulseAudioHardware::Connect(), nullptr);
+        turntable->Install();
+        device = turntable->DeviceId();
     }
     if (const auto info = demo ? std::optional<Platform::AudioDeviceInfo>() : FindInputDevice(*deviceName)) {
         device = info->id;
@@ -152,7 +137,8 @@ int RunRecordFile(const std::vector<std::string>& args)
     try {
         recorder = std::make_unique<CAAudioFileRecorder>(device, kRingBuffers, kRingFrames);
         recorder->SetInputGain(gainDb);
-        recorder->SetFile(parent, fileName, kAudioFileWAVEType, CAStreamBasicDescription::Float32(rate, channels, true));
+        recorder->SetFile(parent, fileName, kAudioFileWAVEType,
+                          CAStreamBasicDescription::Float32(rate, channels, true));
     } catch (const CAXException& e) {
         if (e.GetError() == kCAAudioFileDuplicateError) {
             parser.Error(outPath + " already exists; it is left as it is");
@@ -165,6 +151,8 @@ int RunRecordFile(const std::vector<std::string>& args)
 
     const Float64 fileRate = recorder->GetFile()->GetFileDataFormat().mSampleRate;
     InstallStopRequestHandler();
+    if (turntable)
+        turntable->Side().DropNeedle(); // from the first groove
     try {
         recorder->Start();
     } catch (const CAXException& e) {
@@ -173,7 +161,8 @@ int RunRecordFile(const std::vector<std::string>& args)
         return kExitFailed;
     }
     std::fprintf(stderr, "Recording %s at %.0f Hz into %s; Ctrl-C stops.\n",
-                 demo ? "the demo turntable" : deviceName->c_str(), fileRate, outPath.c_str());
+                 demo ? "the demo turntable" : ("\"" + *deviceName + "\"").c_str(), fileRate,
+                 outPath.c_str());
 
     StatusLine status;
     bool deviceLost = false;
@@ -213,15 +202,16 @@ int RunRecordFile(const std::vector<std::string>& args)
     const auto statistics = recorder->GetInputStatistics();
     const int overruns = recorder->GetOverrunCount();
     const SInt64 frames = recorder->GetFile()->Tell();
-    recorder.reset();  // closes the file
+    recorder.reset(); // closes the file
 
     if (deviceLost) {
         parser.Error("the input device went away; what was recorded is kept in " + outPath);
         result = kExitFailed;
     }
-    std::printf("%s: %s (%lld frames at %.0f Hz), %d overruns, %llu frames lost by the server\n", outPath.c_str(),
-                FormatMinutesSeconds(double(frames) / fileRate).c_str(), static_cast<long long>(frames), fileRate,
-                overruns, static_cast<unsigned long long>(statistics.holeFrames));
+    std::printf("%s: %s (%lld frames at %.0f Hz), %d overruns, %llu frames lost by the server\n",
+                outPath.c_str(), FormatMinutesSeconds(double(frames) / fileRate).c_str(),
+                static_cast<long long>(frames), fileRate, overruns,
+                static_cast<unsigned long long>(statistics.holeFrames));
     return result;
 }
 
