@@ -1,18 +1,644 @@
 #include "ui/AppDelegate.h"
 
+#include "base/TolmAssert.h"
+#include "capture/InputChain.h"
+#include "capture/Localization.h"
+#include "library/LibraryExport.h"
+#include "ui/CustomView.h"
+#include "ui/CustomWindow.h"
+#include "ui/ExportBridge.h"
+#include "ui/HelpPage.h"
+#include "ui/ImageForView.h"
+#include "ui/ImageNamed.h"
+#include "ui/MainThreadAlertPresenter.h"
+#include "ui/MainThreadCaller.h"
+#include "ui/ProgressIndicator.h"
+#include "ui/SubViewController.h"
+#include "ui/TranslateView.h"
+
 #include <QApplication>
+#include <QDesktopServices>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QStackedWidget>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <cmath>
+#include <cstdio>
 
 namespace Tolm::Ui {
 
+namespace {
+
+constexpr auto kElapsedInterval = std::chrono::milliseconds(1000);
+constexpr auto kPollingInterval = std::chrono::milliseconds(500);
+// Where the export's spinner sits on panel 5: its frame offset into the panel.
+const QRect kSpinnerFrame = QRect(QPoint(10, 6), QSize(30, 26)).translated(550, 280);
+
+// Stops a timer now and lets it go once its own tick (which may be running) is over.
+void Invalidate(std::unique_ptr<QTimer>& timer)
+{
+    if (!timer)
+        return;
+    timer->stop();
+    timer.release()->deleteLater();
+}
+
+QLineEdit* LineEditWithTag(const CustomView* view, int tag)
+{
+    return view ? qobject_cast<QLineEdit*>(view->viewWithTag(tag)) : nullptr;
+}
+
+// Puts the keyboard in the field with its text selected, so typing replaces it.
+void SelectText(QLineEdit* field)
+{
+    if (!field)
+        return;
+    field->setFocus(Qt::OtherFocusReason);
+    field->selectAll();
+}
+
+// The name fields of tracks the recording does not have are hidden, the others usable.
+void ShowNameFieldsUpTo(const CustomView* view, int firstTag, int lastTag, UInt32 tracks, bool clear)
+{
+    for (int tag = firstTag; tag <= lastTag; ++tag) {
+        QLineEdit* field = LineEditWithTag(view, tag);
+        if (!field)
+            continue;
+        if (clear)
+            field->setText(QString());
+        const UInt32 track = UInt32(tag - 60);
+        if (track <= tracks) {
+            field->setEnabled(true);
+            field->show();
+        } else {
+            field->hide();
+        }
+    }
+}
+
+// The failed-assertion line with the expression as the code reads it, not as C++ spells it.
+#define TOLM_ASSERT_TEXT(condition, text) \
+    ((condition) ? static_cast<void>(0) : ::Tolm::AssertionFailed(__FILE__, static_cast<unsigned>(__LINE__), text))
+
+} // namespace
+
+bool PanelNumberShouldPlayThru(unsigned panel) { return panel == 2 || panel == 3; }
+
+QString ElapsedTimeText(UInt64 nanos)
+{
+    const double s = double(nanos) * 1e-9;
+    const long hours = lroundf(float(s)) / 3600;
+    const float rest = float(s - double(hours) * 3600.0);
+    const long k = lroundf(rest);
+    const long minutes = k / 60;
+    const long seconds = k - (k / 60) * 60;
+    return QString::asprintf("%02ld:%02ld:%02ld", hours, minutes, seconds);
+}
+
 void AppDelegate::alert(const QString& title, const QString& text)
 {
-    QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(), title);
-    box.setInformativeText(text);
-    QPushButton* ok = box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
-    box.setDefaultButton(ok);
+    RunWarningAlert(title, text, QStringLiteral("OK"));
+}
+
+// Start-up ---------------------------------------------------------------------------------
+
+AppDelegate::AppDelegate(QObject* parent)
+    : QObject(parent), mMainThread(std::make_unique<MainThreadCaller>()),
+      mAlerts(std::make_unique<MainThreadAlertPresenter>(*mMainThread))
+{
+    // The window with its page container and the first two pages.
+    itsWindow = std::make_unique<CustomWindow>();
+    itsWindow->setWindowTitle(QApplication::applicationDisplayName());
+    _multipleNibTabView = new QStackedWidget;
+    itsWindow->setContent(_multipleNibTabView);
+    addTabViewItem(QStringLiteral("1"), QStringLiteral("1"));
+    addTabViewItem(QStringLiteral("2"), QStringLiteral("2"));
+    awakeFromNib();
+}
+
+AppDelegate::~AppDelegate()
+{
+    // The export's worker may be waiting for an alert to be answered: let it go, then wait
+    // for it to end after the track it is importing.
+    mMainThread->shutDown();
+    if (mExport) {
+        mExport->requestStop();
+        mExport->waitUntilDone();
+    }
+    Invalidate(mPollingTimer);
+    Invalidate(_pTimer);
+    Invalidate(_meterUpdateTimer);
+    audio->stopPlayThru();
+}
+
+void AppDelegate::awakeFromNib()
+{
+    audio = std::make_unique<Capture::Audio>(mAlerts.get());
+    audio->setDelegate(this);
+
+    const std::pair<const char*, const char*> items[] = {
+        {"3", "Tab3"}, {"4", "Tab4"}, {"5", "Tab5"},   {"6", "Tab6"},           {"7", "Tab7"},
+        {"8", "Tab8"}, {"9", "Tab9"}, {"10", "Tab10"}, {"11", "SelectDevice"}, {"12", "SelectTape"},
+    };
+    for (const auto& [identifier, label] : items)
+        addTabViewItem(QString::fromLatin1(identifier), QString::fromLatin1(label));
+
+    const auto preload = [this](std::unique_ptr<CustomView>& field, const char* nib, const char* image) {
+        field = viewFromNibWithName(QString::fromLatin1(nib));
+        if (!field)
+            return;
+        field->setBackgroundImage(ImageNamed(QString::fromLatin1(image)));
+        field->setController(this);
+    };
+    preload(_Tolm_Tab6NibView, "Tolm_Tab6", "dlg_Question");
+    preload(_Tolm_TabSelectDeviceNibView, "Tolm_SelectDeviceTab", "dlg_PlainBackgroundWithButtons");
+    preload(_Tolm_TabSelectTapeNibView, "Tolm_SelectTape", "dlg_Question");
+
+    selectTabViewItemWithIdentifier(QStringLiteral("1"));
+}
+
+std::unique_ptr<CustomView> AppDelegate::viewFromNibWithName(const QString& name)
+{
+    SubViewController controller(name, this);
+    std::unique_ptr<CustomView> view = controller.takeView();
+    TranslateView(view.get());
+    return view;
+}
+
+// Pages --------------------------------------------------------------------------------------
+
+QWidget* AppDelegate::addTabViewItem(const QString& identifier, const QString& label)
+{
+    auto* item = new QWidget;
+    item->setObjectName(identifier);
+    item->setProperty("label", label);
+    auto* layout = new QVBoxLayout(item);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    _multipleNibTabView->addWidget(item);
+    return item;
+}
+
+QWidget* AppDelegate::tabViewItem(const QString& identifier) const
+{
+    for (int i = 0; i < _multipleNibTabView->count(); ++i) {
+        QWidget* item = _multipleNibTabView->widget(i);
+        if (item->objectName() == identifier)
+            return item;
+    }
+    return nullptr;
+}
+
+void AppDelegate::selectTabViewItemWithIdentifier(const QString& identifier)
+{
+    QWidget* item = tabViewItem(identifier);
+    if (!item)
+        return;
+    _multipleNibTabView->setCurrentWidget(item);
+    tabViewDidSelectTabViewItem(item);
+}
+
+unsigned AppDelegate::selectedPanel() const
+{
+    const QWidget* item = _multipleNibTabView->currentWidget();
+    return item ? item->objectName().toUInt() : 0;
+}
+
+std::unique_ptr<CustomView>* AppDelegate::viewField(unsigned panel)
+{
+    switch (panel) {
+    case 1:
+        return &_Tolm_Tab1NibView;
+    case 2:
+        return &_Tolm_Tab2NibView;
+    case 3:
+        return &_Tolm_Tab3NibView;
+    case 4:
+        return &_Tolm_Tab4NibView;
+    case 5:
+        return &_Tolm_Tab5NibView;
+    case 6:
+        return &_Tolm_Tab6NibView;
+    case 7:
+        return &_Tolm_Tab7NibView;
+    case 8:
+        return &_Tolm_Tab8NibView;
+    case 9:
+        return &_Tolm_Tab9NibView;
+    case 10:
+        return &_Tolm_Tab10NibView;
+    case 11:
+        return &_Tolm_TabSelectDeviceNibView;
+    case 12:
+        return &_Tolm_TabSelectTapeNibView;
+    default:
+        return nullptr;
+    }
+}
+
+CustomView* AppDelegate::panelView(unsigned panel) const
+{
+    auto* field = const_cast<AppDelegate*>(this)->viewField(panel);
+    return field ? field->get() : nullptr;
+}
+
+void AppDelegate::loadPanelView(unsigned panel, const QString& nibName)
+{
+    std::unique_ptr<CustomView>& field = *viewField(panel);
+    if (field)
+        return;
+    field = viewFromNibWithName(nibName);
+    if (!field)
+        return;
+    field->setBackgroundImage(ImageForView(panel));
+    field->setController(this);
+}
+
+void AppDelegate::setPanel(unsigned panel)
+{
+    if (panel >= 13) {
+        alert(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel"));
+        return;
+    }
+    selectTabViewItemWithIdentifier(QString::asprintf("%u", panel));
+    // After the panel is prepared, on every switch, also when already in the wanted state.
+    if (PanelNumberShouldPlayThru(panel))
+        audio->startPlayThru();
+    else
+        audio->stopPlayThru();
+}
+
+void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
+{
+    static const char* const nibNames[kPanelCount + 1] = {
+        nullptr,     "Tolm_Tab1", "Tolm_Tab2", "Tolm_Tab3",  "Tolm_Tab4",
+        "Tolm_Tab5", "Tolm_Tab6", "Tolm_Tab7", "Tolm_Tab8",  "Tolm_Tab9",
+        "Tolm_Tab10",
+        // Loaded at start; these names are only tried if that failed.
+        "_Tolm_SelectDeviceTab", "_Tolm_SelectTapeTab",
+    };
+    unsigned panel = 0;
+    for (unsigned candidate = 1; candidate <= kPanelCount; ++candidate) {
+        if (item->objectName() == QString::number(candidate)) {
+            panel = candidate;
+            break;
+        }
+    }
+    if (panel == 0)
+        return;
+
+    loadPanelView(panel, QString::fromLatin1(nibNames[panel]));
+    CustomView* view = panelView(panel);
+    // A panel whose file is missing stays empty; the rest goes on without it.
+    if (view && view->parentWidget() != item)
+        item->layout()->addWidget(view);
+
+    const UInt32 tracks = audio->numRecordedTracks();
+    switch (panel) {
+    case 3:
+        if (!_trackField && view)
+            _trackField = qobject_cast<QLabel*>(view->viewWithTag(22));
+        if (_trackField)
+            _trackField->setText(QString::asprintf("%ld", 1L));
+        break;
+    case 4:
+        // Artist and album stay as typed for the next record; the track name does not.
+        SelectText(LineEditWithTag(view, 10));
+        if (QLineEdit* name = LineEditWithTag(view, 12))
+            name->setText(QString());
+        break;
+    case 7:
+        SelectText(LineEditWithTag(view, 51));
+        ShowNameFieldsUpTo(view, 61, 70, tracks, true);
+        break;
+    case 8:
+    case 9:
+    case 10: {
+        // Deliberately not cleared: only panel 7 clears its names.
+        const int first = 71 + int(panel - 8) * 10;
+        SelectText(LineEditWithTag(view, first));
+        ShowNameFieldsUpTo(view, first, first + 9, tracks, false);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+// Transitions --------------------------------------------------------------------------------
+
+void AppDelegate::meteringOn()
+{
+    if (_Tolm_Tab2NibView)
+        _meterUpdateTimer = _Tolm_Tab2NibView->startMetering();
+}
+
+void AppDelegate::meteringOff() { Invalidate(_meterUpdateTimer); }
+
+void AppDelegate::doCloseButton(QObject*)
+{
+    QMessageBox box(QMessageBox::Question, QApplication::applicationDisplayName(),
+                    Localized("IDS_CANCEL_RECORDING"), QMessageBox::NoButton, itsWindow.get());
+    box.setInformativeText(Localized(""));
+    QPushButton* yes = box.addButton(Localized("IDS_YES"), QMessageBox::YesRole);
+    QPushButton* no = box.addButton(Localized("IDS_NO"), QMessageBox::NoRole);
+    box.setDefaultButton(yes);
+    box.setEscapeButton(no);
     box.exec();
+    // Nothing is stopped first: closing the one window ends the program, which stops it all.
+    if (box.clickedButton() == yes)
+        itsWindow->close();
+}
+
+void AppDelegate::showHelp(QObject*)
+{
+    const QUrl page = HelpPageUrl();
+    if (!QDesktopServices::openUrl(page))
+        std::fprintf(stderr, "The help page could not be opened: %s\n", qPrintable(page.toString()));
+}
+
+void AppDelegate::doNextButton1(QObject*)
+{
+    const int result = audio->detectAudioDevice();
+    if (result == Capture::Audio::kDetectNone) {
+        alert(Localized("IDS_WARNING"), Localized("IDS_NODEVICE"));
+        return;
+    }
+    if (result == Capture::Audio::kDetectTooManyUsbDevices || result == Capture::Audio::kDetectTooManyInputs) {
+        alert(Localized("IDS_WARNING"), Localized("IDS_TOOMANYDEVICES"));
+        return;
+    }
+    if (audio->mightBeTurntableOrTape()) {
+        std::fputs("doNextButton1: EQ required (must select)\n", stderr);
+        setPanel(11);
+    } else {
+        std::fputs("doNextButton1: NO EQ required\n", stderr);
+        audio->setNoFilter();
+        setPanel(2);
+        meteringOn();
+    }
+}
+
+void AppDelegate::doNextButtonSelectDevice(QObject*)
+{
+    TOLM_ASSERT_TEXT(audio->mightBeTurntableOrTape(), "[audio mightBeTurntableOrTape]");
+    if (_Tolm_TabSelectDeviceNibView && _Tolm_TabSelectDeviceNibView->getSelectedDeviceIsTurtable()) {
+        audio->setRIAAFilter();
+        setPanel(2);
+        meteringOn();
+    } else {
+        audio->setNoFilter();
+        setPanel(12);
+    }
+}
+
+void AppDelegate::doBackButtonSelectDevice(QObject*) { setPanel(1); }
+
+void AppDelegate::doNextButtonSelectTape(QObject*)
+{
+    TOLM_ASSERT_TEXT(audio->mightBeTurntableOrTape(), "[audio mightBeTurntableOrTape]");
+    if (_Tolm_TabSelectTapeNibView && _Tolm_TabSelectTapeNibView->getSelectedTapeTypeIsChrome())
+        audio->setChromeFilter();
+    else
+        audio->setNoFilter();
+    setPanel(2);
+    meteringOn();
+}
+
+void AppDelegate::doBackButtonSelectTape(QObject*) { setPanel(11); }
+
+void AppDelegate::doBackButton2(QObject*)
+{
+    meteringOff();
+    setPanel(1);
+}
+
+void AppDelegate::doBackButton4(QObject*) { setPanel(3); }
+
+void AppDelegate::doNextButton4(QObject* sender)
+{
+    setPanel(5);
+    processAudioFiles(sender);
+}
+
+void AppDelegate::doBackButton5(QObject*) { setPanel(4); }
+
+void AppDelegate::doNextButton5(QObject*) { setPanel(6); }
+
+void AppDelegate::doBackButton6(QObject*) { setPanel(5); }
+
+void AppDelegate::doNextButton6(QObject*)
+{
+    setPanel(2);
+    meteringOff();
+    meteringOn();
+}
+
+void AppDelegate::exportToLibrary(QObject* sender)
+{
+    setPanel(5);
+    processAudioFiles(sender);
+}
+
+void AppDelegate::doBackButton7(QObject*) { setPanel(3); }
+
+void AppDelegate::doNextButton7(QObject* sender)
+{
+    if (audio->numRecordedTracks() <= 10)
+        exportToLibrary(sender);
+    else
+        setPanel(8);
+}
+
+void AppDelegate::doBackButton8(QObject*) { setPanel(7); }
+
+void AppDelegate::doNextButton8(QObject* sender)
+{
+    if (audio->numRecordedTracks() <= 20)
+        exportToLibrary(sender);
+    else
+        setPanel(9);
+}
+
+void AppDelegate::doBackButton9(QObject*) { setPanel(8); }
+
+void AppDelegate::doNextButton9(QObject* sender)
+{
+    if (audio->numRecordedTracks() <= 30)
+        exportToLibrary(sender);
+    else
+        setPanel(10);
+}
+
+void AppDelegate::doBackButton10(QObject*) { setPanel(9); }
+
+void AppDelegate::doNextButton10(QObject* sender) { exportToLibrary(sender); }
+
+// Recording ----------------------------------------------------------------------------------
+
+void AppDelegate::doRecordButton(QObject* sender, bool normalization, bool clickRemoval)
+{
+    audio->resetTrackCounter();
+    Capture::ResetVUMax();
+    const bool split = _Tolm_Tab2NibView && _Tolm_Tab2NibView->getAutomaticallySplitTracks();
+    audio->setAutomaticTrackSplit(split);
+    m_applyNormalization = normalization;
+    m_applyClickRemoval = clickRemoval;
+    setPanel(3);
+    if (_Tolm_Tab3NibView)
+        _Tolm_Tab3NibView->setSplitButtonVisibility(!split);
+    Invalidate(_meterUpdateTimer);
+    if (_Tolm_Tab3NibView)
+        _meterUpdateTimer = _Tolm_Tab3NibView->startMetering();
+    Q_EMIT recordingStarting();
+    try {
+        doNewTrackButton(sender);
+    } catch (...) {
+        // Panel 3 stays; the controller has told the user about a file it could not make.
+        std::fputs("ERROR: _recorder103->Start()\n", stderr);
+    }
+}
+
+void AppDelegate::doNewTrackButton(QObject* sender)
+{
+    const UInt32 tracks = audio->numRecordedTracks();
+    if (tracks == kTrackLimit) {
+        alert(Localized("IDS_WARNING"), Localized("IDS_LIMIT"));
+        doNextButton3(sender);
+        return;
+    }
+    // The track being recorded goes on while the warning is up: recording has threads of its own.
+    if (tracks == kTrackLimit - 1)
+        alert(Localized("IDS_WARNING"), Localized("IDS_LASTTRACK"));
+    audio->newTrack();
+
+    Invalidate(_pTimer);
+    _pTimer = std::make_unique<QTimer>();
+    _pTimer->setInterval(kElapsedInterval);
+    connect(_pTimer.get(), &QTimer::timeout, this, &AppDelegate::elaspedTimerFired);
+    _pTimer->start();
+    elaspedTimerFired();
+}
+
+void AppDelegate::elaspedTimerFired()
+{
+    if (!_statusField && _Tolm_Tab3NibView)
+        _statusField = qobject_cast<QLabel*>(_Tolm_Tab3NibView->viewWithTag(21));
+    const QString elapsed = ElapsedTimeText(audio->currentTrackLengthNanos());
+    if (_statusField)
+        _statusField->setText(elapsed);
+    if (_trackField)
+        _trackField->setText(QString::asprintf("%ld", long(audio->numRecordedTracks())));
+}
+
+void AppDelegate::doNextButton3(QObject*)
+{
+    audio->stopRecording();
+    Invalidate(_pTimer);
+    if (_Tolm_Tab3NibView)
+        _Tolm_Tab3NibView->stopMetering();
+    Invalidate(_meterUpdateTimer);
+    // With no track, panel 1 is shown and then, deliberately, replaced by panel 7 at once.
+    if (audio->numRecordedTracks() == 0)
+        setPanel(1);
+    if (audio->numRecordedTracks() == 1)
+        setPanel(4);
+    else
+        setPanel(7);
+}
+
+void AppDelegate::doBackButton3(QObject*)
+{
+    // The recording and its elapsed-time display go on behind panel 2.
+    setPanel(2);
+    meteringOn();
+}
+
+void AppDelegate::audioDetectedAlbumEnd()
+{
+    if (audio->numRecordedTracks() != 0)
+        doNextButton3(nullptr);
+    else
+        doBackButton3(nullptr);
+}
+
+void AppDelegate::setRecordingGainDb(float db) { audio->setGainDb(db); }
+
+// Export -------------------------------------------------------------------------------------
+
+bool AppDelegate::exporting() const { return mPollingTimer != nullptr; }
+
+void AppDelegate::processAudioFiles(QObject*)
+{
+    // One export at a time: Back and Next again while it runs leaves it running.
+    if (exporting()) {
+        std::fputs("processAudioFiles: the export is still running\n", stderr);
+        return;
+    }
+    const UInt32 tracks = audio->numRecordedTracks();
+
+    if (!mExportBridge) {
+        mExportBridge = std::make_unique<ExportBridge>(*this, *mMainThread);
+        mExport = std::make_unique<Library::LibraryExport>(*mExportBridge, *mExportBridge, *mExportBridge,
+                                                           *mAlerts);
+    }
+    mExportBridge->takeNamesFromPanels();
+    exportStarted(tracks);
+
+    mPollingTimer = std::make_unique<QTimer>();
+    mPollingTimer->setInterval(kPollingInterval);
+    connect(mPollingTimer.get(), &QTimer::timeout, this, &AppDelegate::pollingTimerFired);
+    mPollingTimer->start();
+    mExport->processAudioFiles(m_applyNormalization);
+    pollingTimerFired();
+}
+
+void AppDelegate::exportStarted(UInt32 trackCount)
+{
+    if (!_progressIndicator && _Tolm_Tab5NibView) {
+        _progressIndicator = new ProgressIndicator(_Tolm_Tab5NibView.get());
+        _progressIndicator->setGeometry(kSpinnerFrame);
+    }
+    if (_progressIndicator) {
+        _progressIndicator->setIndeterminate(true);
+        _progressIndicator->startAnimation();
+    }
+    if (_Tolm_Tab5NibView)
+        _progressLevelIndicator = qobject_cast<QProgressBar*>(_Tolm_Tab5NibView->viewWithTag(31));
+    if (_progressLevelIndicator) {
+        // A bar from 0 to 0 would show as busy rather than as empty.
+        _progressLevelIndicator->setRange(0, int(std::max<UInt32>(trackCount, 1)));
+        _progressLevelIndicator->setValue(0);
+    }
+    _progress = 0;
+}
+
+void AppDelegate::setProgress(int progress)
+{
+    _progress = UInt32(progress);
+    if (_progressLevelIndicator)
+        _progressLevelIndicator->setValue(progress);
+    if (UInt32(progress) == audio->numRecordedTracks())
+        stopSpinner();
+}
+
+void AppDelegate::stopSpinner()
+{
+    if (_progressIndicator)
+        _progressIndicator->stopAnimation();
+}
+
+void AppDelegate::pollingTimerFired()
+{
+    if (!mExport || !mExport->pollingTimerFired())
+        return;
+    Invalidate(mPollingTimer);
+    setPanel(6);
 }
 
 } // namespace Tolm::Ui
