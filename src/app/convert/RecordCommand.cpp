@@ -5,6 +5,7 @@
 #include "SideRecorder.h"
 #include "capture/DemoTurntable.h"
 #include "capture/Localization.h"
+#include "library/ConsoleImport.h"
 #include "platform/PulseAudioHardware.h"
 
 #include <QCoreApplication>
@@ -78,7 +79,15 @@ class ResultOutput {
 
 int RunRecord(const std::vector<std::string>& args)
 {
-    ArgumentParser parser("record", args);
+    // Naming and import options are the library's; the rest are ours.
+    std::vector<std::string> rest = args;
+    std::string importError;
+    const auto import = Library::ConsoleImport::Take(rest, importError);
+    ArgumentParser parser("record", rest);
+    if (!import) {
+        parser.Error(importError);
+        return kExitBadInput;
+    }
     const auto device = parser.Value("device");
     const bool demo = parser.Flag("demo");
     const bool turntable = parser.Flag("turntable");
@@ -123,6 +132,10 @@ int RunRecord(const std::vector<std::string>& args)
         }
         gainDb = float(*gain);
     }
+    if (outDir && import->wanted) {
+        parser.Error("--out and --import exclude each other: imported tracks go to the music library");
+        return kExitBadInput;
+    }
     fs::path out;
     if (outDir) {
         // Checked before anything is recorded: a side cannot be played twice.
@@ -157,6 +170,14 @@ int RunRecord(const std::vector<std::string>& args)
         turntableDemo->Install();
     }
 
+    if (import->wanted) {
+        // Before recording: a side cannot be played twice.
+        if (const std::string error = import->apply(); !error.empty()) {
+            parser.Error(error);
+            return kExitBadInput;
+        }
+    }
+
     StandardErrorAlerts alerts;
     Capture::Audio audio(&alerts);
     SideRecorder recorder(audio);
@@ -175,6 +196,17 @@ int RunRecord(const std::vector<std::string>& args)
     if (side->tracks.empty()) {
         std::fprintf(stderr, "No track was recorded.\n");
         return kExitFailed;
+    }
+
+    if (import->wanted) {
+        ProgressBar progress("Converting");
+        const auto outcome = Library::ImportRecordedSide(
+            audio, *import, side->albumEnded,
+            {[&](double fraction) { progress.Update(fraction); }, [] { return StopRequested(); }});
+        progress.Finish();
+        for (const QString& file : outcome.filed)
+            std::fprintf(results.File(), "%s\n", file.toLocal8Bit().constData());
+        return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
     }
 
     int status = kExitOk;
@@ -201,7 +233,8 @@ int RunRecord(const std::vector<std::string>& args)
 
 const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
-                        "[--no-auto-split] [--out DIR]",
+                        "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
+                        "[--library DIR] [--format F]]",
                         &RunRecord}};
 
 } // namespace
