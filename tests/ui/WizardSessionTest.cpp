@@ -1,0 +1,188 @@
+// One record from start to finish, as a user goes through it: connect, turntable, level,
+// Record, the side splits itself at its gaps and ends by itself, names typed, the tracks
+// exported into a music library, and the question whether to record another.
+
+#include "WizardTestSupport.h"
+
+#include "library/LibrarySettings.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <taglib/fileref.h>
+#include <taglib/tag.h>
+
+#include <cmath>
+
+using namespace WizardTest;
+
+namespace {
+
+constexpr double kRate = 44100.0;
+
+// A short side: three pieces of 12 s with gaps of 3 s, then silence. The detector needs more
+// than 10 s of sound before it may split and more than 60 s of quiet for the end of the side.
+struct ShortSide {
+    static constexpr double kPiece = 12.0;
+    static constexpr double kGap = 3.0;
+    static constexpr int kPieces = 3;
+    static constexpr double kMusicEnd = kPieces * kPiece + (kPieces - 1) * kGap;
+    static constexpr double kLength = kMusicEnd + 66.0;
+
+    static float Sample(UInt64 frame, UInt32 channel)
+    {
+        const double t = double(frame) / kRate;
+        if (t >= kMusicEnd)
+            return 0.0f;
+        const int piece = int(t / (kPiece + kGap));
+        const double within = t - piece * (kPiece + kGap);
+        if (within >= kPiece)
+            return 0.0f;
+        // A tone near the detector's band, each piece its own, a little apart per channel.
+        const double hz = 440.0 + 60.0 * piece + (channel ? 3.0 : 0.0);
+        return float(0.1 * std::sin(2.0 * M_PI * hz * t));
+    }
+};
+
+QStringList LibraryFiles(const QString& folder)
+{
+    QStringList files;
+    QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files << QDir(folder).relativeFilePath(it.next());
+    files.sort();
+    return files;
+}
+
+struct Tags {
+    QString artist, album, title;
+    unsigned track = 0;
+};
+
+Tags ReadTags(const QString& path)
+{
+    TagLib::FileRef file(QFile::encodeName(path).constData());
+    Tags tags;
+    if (file.isNull() || !file.tag())
+        return tags;
+    tags.artist = QString::fromStdString(file.tag()->artist().to8Bit(true));
+    tags.album = QString::fromStdString(file.tag()->album().to8Bit(true));
+    tags.title = QString::fromStdString(file.tag()->title().to8Bit(true));
+    tags.track = file.tag()->track();
+    return tags;
+}
+
+} // namespace
+
+class WizardSessionTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QApplication::setQuitOnLastWindowClosed(false);
+        Tolm::InstallTranslations();
+    }
+
+    void aRecordFromTurntableToLibrary()
+    {
+        QTemporaryDir root;
+        QVERIFY(root.isValid());
+        const QString library = root.filePath(QStringLiteral("Music"));
+        QVERIFY(QDir().mkpath(library));
+        Tolm::Library::LibrarySettings::overrideFolder(library);
+        Tolm::Library::LibrarySettings::overrideFormat(Tolm::Library::ImportFormat::Flac);
+        RemoveTrackFiles();
+
+        Rig rig;
+        const AudioDeviceID codec = rig.plug(kCodec, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
+        MessageBoxAnswerer boxes;
+        auto wizard = std::make_unique<AppDelegate>();
+        wizard->window()->show();
+        Audio& audio = wizard->audioController();
+
+        // Connect: a codec that may sit in a turntable or a deck, so the wizard asks.
+        QVERIFY(Press(*wizard, "nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 11u);
+        QVERIFY(Press(*wizard, "selectDevicePlatina"));
+        QVERIFY(Press(*wizard, "nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 2u);
+        QVERIFY(PlayingThrough(*wizard));
+        QVERIFY(Button(*wizard, 2, "automaticallySplitTracks")->isChecked());
+
+        QVERIFY(Press(*wizard, "nextButton")); // Record
+        QCOMPARE(wizard->selectedPanel(), 3u);
+        QVERIFY(!Button(*wizard, 3, "splitTracksButton")->isVisible());
+
+        // The side, pumped faster than it plays but paced, so the file writer keeps up.
+        constexpr double kSpeedUp = 25.0;
+        constexpr UInt32 kChunk = 4096;
+        QElapsedTimer clock;
+        clock.start();
+        UInt64 pumped = 0;
+        const UInt64 end = UInt64(ShortSide::kLength * kRate);
+        UInt32 mostTracks = 0;
+        while (pumped < end && wizard->selectedPanel() == 3) {
+            rig.hardware->Pump(codec, kChunk);
+            pumped += kChunk;
+            QCoreApplication::processEvents();
+            mostTracks = std::max(mostTracks, audio.numRecordedTracks());
+            const qint64 due = qint64(double(pumped) / kRate / kSpeedUp * 1000.0);
+            if (clock.elapsed() < due)
+                QTest::qSleep(int(due - clock.elapsed()));
+        }
+        // The end of the side: the run-out's track is dropped and the names are asked for.
+        QCOMPARE(wizard->selectedPanel(), 7u);
+        QVERIFY(!audio.recording());
+        QVERIFY(!PlayingThrough(*wizard));
+        QCOMPARE(mostTracks, 4u);
+        QCOMPARE(audio.numRecordedTracks(), 3u);
+        QCOMPARE(boxes.count(), 0);
+        QCOMPARE(UsableNameFields(*wizard, 7), QStringLiteral("xxx......."));
+
+        const QStringList titles{QStringLiteral("Morning Train"), QStringLiteral("Paper Boats / Reprise"),
+                                 QStringLiteral("Blue Hour")};
+        QTest::keyClicks(Field(*wizard, 7, 51), QStringLiteral("Nina Berg"));
+        QTest::keyClicks(Field(*wizard, 7, 52), QStringLiteral("Songs from the Attic"));
+        for (int i = 0; i < titles.size(); ++i)
+            QTest::keyClicks(Field(*wizard, 7, 61 + i), titles[i]);
+
+        QVERIFY(Press(*wizard, "nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 5u);
+        QVERIFY(wizard->exporting());
+        QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 120000));
+        QCOMPARE(boxes.count(), 0);
+        QCOMPARE(audio.numRecordedTracks(), 0u);
+
+        const QStringList files = LibraryFiles(library);
+        QCOMPARE(files.size(), 3);
+        for (int i = 0; i < titles.size(); ++i) {
+            const Tags tags = ReadTags(QDir(library).filePath(files[i]));
+            QCOMPARE(tags.artist, QStringLiteral("Nina Berg"));
+            QCOMPARE(tags.album, QStringLiteral("Songs from the Attic"));
+            QCOMPARE(tags.title, titles[i]);
+            QCOMPARE(tags.track, unsigned(i + 1));
+        }
+        // Each recording was let go once it was in the library.
+        for (UInt32 track = 1; track <= 3; ++track)
+            QVERIFY(!QFile::exists(Audio::fileNameForTrack(track)));
+
+        // Another record: "yes" is the default answer, and the level panel listens again.
+        QVERIFY(Press(*wizard, "nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 2u);
+        QVERIFY(PlayingThrough(*wizard));
+
+        wizard.reset();
+        RemoveTrackFiles();
+        Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
+        Tolm::Library::LibrarySettings::overrideFormat(std::nullopt);
+    }
+
+};
+
+QTEST_MAIN(WizardSessionTest)
+#include "WizardSessionTest.moc"
