@@ -4,6 +4,7 @@
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
 #include "library/LibraryExport.h"
+#include "recording/CAAudioFile.h"
 #include "ui/CustomView.h"
 #include "ui/CustomWindow.h"
 #include "ui/ExportBridge.h"
@@ -14,6 +15,7 @@
 #include "ui/MainThreadCaller.h"
 #include "ui/ProgressIndicator.h"
 #include "ui/SubViewController.h"
+#include "ui/TrackNameField.h"
 #include "ui/TranslateView.h"
 
 #include <QApplication>
@@ -24,9 +26,9 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QVBoxLayout>
-
 #include <cmath>
 #include <cstdio>
 
@@ -81,13 +83,69 @@ void ShowNameFieldsUpTo(const CustomView* view, int firstTag, int lastTag, UInt3
     }
 }
 
+// The length of a recorded track, "4:12", from its file; empty when it cannot be read.
+QString TrackLengthText(UInt32 track)
+{
+    try {
+        CAAudioFile file;
+        file.Open(FSRef{Capture::Audio::fileNameForTrack(track).toStdString()});
+        const double rate = file.GetFileDataFormat().mSampleRate;
+        if (rate <= 0.0)
+            return {};
+        const long seconds = lround(double(file.GetNumberFrames()) / rate);
+        return seconds >= 3600
+                   ? QString::asprintf("%ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60)
+                   : QString::asprintf("%ld:%02ld", seconds / 60, seconds % 60);
+    } catch (...) {
+        return {};
+    }
+}
+
+void ShowTrackLengths(const CustomView* view, int firstTag, int lastTag, UInt32 tracks)
+{
+    for (int tag = firstTag; tag <= lastTag; ++tag) {
+        auto* field = view ? qobject_cast<TrackNameField*>(view->viewWithTag(tag)) : nullptr;
+        const UInt32 track = UInt32(tag - 60);
+        if (field)
+            field->setDuration(track <= tracks ? TrackLengthText(track) : QString());
+    }
+}
+
+// Return in a name field goes on to the next field the user can type in, and from the last
+// one to the Next button, so names can be typed one after the other without the mouse.
+void ReturnMovesToTheNextField(CustomView* view)
+{
+    for (QLineEdit* field : view->findChildren<QLineEdit*>()) {
+        QObject::connect(field, &QLineEdit::returnPressed, view, [view, field] {
+            bool passed = false;
+            for (QWidget* widget = view->nextInFocusChain(); widget != view;
+                 widget = widget->nextInFocusChain()) {
+                auto* edit = qobject_cast<QLineEdit*>(widget);
+                if (edit == field) {
+                    passed = true;
+                } else if (passed && edit && edit->isVisible() && edit->isEnabled()) {
+                    edit->setFocus(Qt::TabFocusReason);
+                    edit->selectAll();
+                    return;
+                }
+            }
+            if (view->next())
+                view->next()->setFocus(Qt::TabFocusReason);
+        });
+    }
+}
+
 // The failed-assertion line with the expression as the code reads it, not as C++ spells it.
-#define TOLM_ASSERT_TEXT(condition, text) \
-    ((condition) ? static_cast<void>(0) : ::Tolm::AssertionFailed(__FILE__, static_cast<unsigned>(__LINE__), text))
+#define TOLM_ASSERT_TEXT(condition, text)                                                                    \
+    ((condition) ? static_cast<void>(0)                                                                      \
+                 : ::Tolm::AssertionFailed(__FILE__, static_cast<unsigned>(__LINE__), text))
 
 } // namespace
 
-bool PanelNumberShouldPlayThru(unsigned panel) { return panel == 2 || panel == 3; }
+bool PanelNumberShouldPlayThru(unsigned panel)
+{
+    return panel == 2 || panel == 3;
+}
 
 QString ElapsedTimeText(UInt64 nanos)
 {
@@ -134,6 +192,7 @@ AppDelegate::~AppDelegate()
     Invalidate(_pTimer);
     Invalidate(_meterUpdateTimer);
     audio->stopPlayThru();
+    delete mHelpWindow;
 }
 
 void AppDelegate::awakeFromNib()
@@ -142,7 +201,7 @@ void AppDelegate::awakeFromNib()
     audio->setDelegate(this);
 
     const std::pair<const char*, const char*> items[] = {
-        {"3", "Tab3"}, {"4", "Tab4"}, {"5", "Tab5"},   {"6", "Tab6"},           {"7", "Tab7"},
+        {"3", "Tab3"}, {"4", "Tab4"}, {"5", "Tab5"},   {"6", "Tab6"},          {"7", "Tab7"},
         {"8", "Tab8"}, {"9", "Tab9"}, {"10", "Tab10"}, {"11", "SelectDevice"}, {"12", "SelectTape"},
     };
     for (const auto& [identifier, label] : items)
@@ -257,6 +316,8 @@ void AppDelegate::loadPanelView(unsigned panel, const QString& nibName)
         return;
     field->setBackgroundImage(ImageForView(panel));
     field->setController(this);
+    if (panel == 4 || (panel >= 7 && panel <= 10))
+        ReturnMovesToTheNextField(field.get());
 }
 
 void AppDelegate::setPanel(unsigned panel)
@@ -276,11 +337,20 @@ void AppDelegate::setPanel(unsigned panel)
 void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
 {
     static const char* const nibNames[kPanelCount + 1] = {
-        nullptr,     "Tolm_Tab1", "Tolm_Tab2", "Tolm_Tab3",  "Tolm_Tab4",
-        "Tolm_Tab5", "Tolm_Tab6", "Tolm_Tab7", "Tolm_Tab8",  "Tolm_Tab9",
+        nullptr,
+        "Tolm_Tab1",
+        "Tolm_Tab2",
+        "Tolm_Tab3",
+        "Tolm_Tab4",
+        "Tolm_Tab5",
+        "Tolm_Tab6",
+        "Tolm_Tab7",
+        "Tolm_Tab8",
+        "Tolm_Tab9",
         "Tolm_Tab10",
         // Loaded at start; these names are only tried if that failed.
-        "_Tolm_SelectDeviceTab", "_Tolm_SelectTapeTab",
+        "_Tolm_SelectDeviceTab",
+        "_Tolm_SelectTapeTab",
     };
     unsigned panel = 0;
     for (unsigned candidate = 1; candidate <= kPanelCount; ++candidate) {
@@ -295,8 +365,10 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
     loadPanelView(panel, QString::fromLatin1(nibNames[panel]));
     CustomView* view = panelView(panel);
     // A panel whose file is missing stays empty; the rest goes on without it.
-    if (view && view->parentWidget() != item)
+    if (view && view->parentWidget() != item) {
         item->layout()->addWidget(view);
+        view->show(); // at once, not when the event loop next runs
+    }
 
     const UInt32 tracks = audio->numRecordedTracks();
     switch (panel) {
@@ -315,6 +387,7 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
     case 7:
         SelectText(LineEditWithTag(view, 51));
         ShowNameFieldsUpTo(view, 61, 70, tracks, true);
+        ShowTrackLengths(view, 61, 70, tracks);
         break;
     case 8:
     case 9:
@@ -323,6 +396,7 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
         const int first = 71 + int(panel - 8) * 10;
         SelectText(LineEditWithTag(view, first));
         ShowNameFieldsUpTo(view, first, first + 9, tracks, false);
+        ShowTrackLengths(view, first, first + 9, tracks);
         break;
     }
     default:
@@ -338,7 +412,10 @@ void AppDelegate::meteringOn()
         _meterUpdateTimer = _Tolm_Tab2NibView->startMetering();
 }
 
-void AppDelegate::meteringOff() { Invalidate(_meterUpdateTimer); }
+void AppDelegate::meteringOff()
+{
+    Invalidate(_meterUpdateTimer);
+}
 
 void AppDelegate::doCloseButton(QObject*)
 {
@@ -358,8 +435,20 @@ void AppDelegate::doCloseButton(QObject*)
 void AppDelegate::showHelp(QObject*)
 {
     const QUrl page = HelpPageUrl();
-    if (!QDesktopServices::openUrl(page))
-        std::fprintf(stderr, "The help page could not be opened: %s\n", qPrintable(page.toString()));
+    if (QDesktopServices::openUrl(page))
+        return;
+    // No browser to hand the page to: show it ourselves.
+    if (!mHelpWindow) {
+        mHelpWindow = new QTextBrowser;
+        mHelpWindow->setAttribute(Qt::WA_DeleteOnClose);
+        mHelpWindow->setOpenExternalLinks(true);
+        mHelpWindow->setWindowTitle(QApplication::applicationDisplayName());
+        mHelpWindow->resize(640, 720);
+    }
+    mHelpWindow->setSource(page);
+    mHelpWindow->show();
+    mHelpWindow->raise();
+    mHelpWindow->activateWindow();
 }
 
 void AppDelegate::doNextButton1(QObject*)
@@ -369,7 +458,8 @@ void AppDelegate::doNextButton1(QObject*)
         alert(Localized("IDS_WARNING"), Localized("IDS_NODEVICE"));
         return;
     }
-    if (result == Capture::Audio::kDetectTooManyUsbDevices || result == Capture::Audio::kDetectTooManyInputs) {
+    if (result == Capture::Audio::kDetectTooManyUsbDevices ||
+        result == Capture::Audio::kDetectTooManyInputs) {
         alert(Localized("IDS_WARNING"), Localized("IDS_TOOMANYDEVICES"));
         return;
     }
@@ -397,7 +487,10 @@ void AppDelegate::doNextButtonSelectDevice(QObject*)
     }
 }
 
-void AppDelegate::doBackButtonSelectDevice(QObject*) { setPanel(1); }
+void AppDelegate::doBackButtonSelectDevice(QObject*)
+{
+    setPanel(1);
+}
 
 void AppDelegate::doNextButtonSelectTape(QObject*)
 {
@@ -410,7 +503,10 @@ void AppDelegate::doNextButtonSelectTape(QObject*)
     meteringOn();
 }
 
-void AppDelegate::doBackButtonSelectTape(QObject*) { setPanel(11); }
+void AppDelegate::doBackButtonSelectTape(QObject*)
+{
+    setPanel(11);
+}
 
 void AppDelegate::doBackButton2(QObject*)
 {
@@ -418,7 +514,10 @@ void AppDelegate::doBackButton2(QObject*)
     setPanel(1);
 }
 
-void AppDelegate::doBackButton4(QObject*) { setPanel(3); }
+void AppDelegate::doBackButton4(QObject*)
+{
+    setPanel(3);
+}
 
 void AppDelegate::doNextButton4(QObject* sender)
 {
@@ -426,11 +525,20 @@ void AppDelegate::doNextButton4(QObject* sender)
     processAudioFiles(sender);
 }
 
-void AppDelegate::doBackButton5(QObject*) { setPanel(4); }
+void AppDelegate::doBackButton5(QObject*)
+{
+    setPanel(4);
+}
 
-void AppDelegate::doNextButton5(QObject*) { setPanel(6); }
+void AppDelegate::doNextButton5(QObject*)
+{
+    setPanel(6);
+}
 
-void AppDelegate::doBackButton6(QObject*) { setPanel(5); }
+void AppDelegate::doBackButton6(QObject*)
+{
+    setPanel(5);
+}
 
 void AppDelegate::doNextButton6(QObject*)
 {
@@ -445,7 +553,10 @@ void AppDelegate::exportToLibrary(QObject* sender)
     processAudioFiles(sender);
 }
 
-void AppDelegate::doBackButton7(QObject*) { setPanel(3); }
+void AppDelegate::doBackButton7(QObject*)
+{
+    setPanel(3);
+}
 
 void AppDelegate::doNextButton7(QObject* sender)
 {
@@ -455,7 +566,10 @@ void AppDelegate::doNextButton7(QObject* sender)
         setPanel(8);
 }
 
-void AppDelegate::doBackButton8(QObject*) { setPanel(7); }
+void AppDelegate::doBackButton8(QObject*)
+{
+    setPanel(7);
+}
 
 void AppDelegate::doNextButton8(QObject* sender)
 {
@@ -465,7 +579,10 @@ void AppDelegate::doNextButton8(QObject* sender)
         setPanel(9);
 }
 
-void AppDelegate::doBackButton9(QObject*) { setPanel(8); }
+void AppDelegate::doBackButton9(QObject*)
+{
+    setPanel(8);
+}
 
 void AppDelegate::doNextButton9(QObject* sender)
 {
@@ -475,14 +592,21 @@ void AppDelegate::doNextButton9(QObject* sender)
         setPanel(10);
 }
 
-void AppDelegate::doBackButton10(QObject*) { setPanel(9); }
+void AppDelegate::doBackButton10(QObject*)
+{
+    setPanel(9);
+}
 
-void AppDelegate::doNextButton10(QObject* sender) { exportToLibrary(sender); }
+void AppDelegate::doNextButton10(QObject* sender)
+{
+    exportToLibrary(sender);
+}
 
 // Recording ----------------------------------------------------------------------------------
 
 void AppDelegate::doRecordButton(QObject* sender, bool normalization, bool clickRemoval)
 {
+    Q_EMIT recordingStarting();
     audio->resetTrackCounter();
     Capture::ResetVUMax();
     const bool split = _Tolm_Tab2NibView && _Tolm_Tab2NibView->getAutomaticallySplitTracks();
@@ -495,7 +619,6 @@ void AppDelegate::doRecordButton(QObject* sender, bool normalization, bool click
     Invalidate(_meterUpdateTimer);
     if (_Tolm_Tab3NibView)
         _meterUpdateTimer = _Tolm_Tab3NibView->startMetering();
-    Q_EMIT recordingStarting();
     try {
         doNewTrackButton(sender);
     } catch (...) {
@@ -567,11 +690,17 @@ void AppDelegate::audioDetectedAlbumEnd()
         doBackButton3(nullptr);
 }
 
-void AppDelegate::setRecordingGainDb(float db) { audio->setGainDb(db); }
+void AppDelegate::setRecordingGainDb(float db)
+{
+    audio->setGainDb(db);
+}
 
 // Export -------------------------------------------------------------------------------------
 
-bool AppDelegate::exporting() const { return mPollingTimer != nullptr; }
+bool AppDelegate::exporting() const
+{
+    return mPollingTimer != nullptr;
+}
 
 void AppDelegate::processAudioFiles(QObject*)
 {

@@ -7,12 +7,12 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
-
 #include <memory>
 
 class QLabel;
 class QProgressBar;
 class QStackedWidget;
+class QTextBrowser;
 class QTimer;
 class QWidget;
 
@@ -41,7 +41,7 @@ QString ElapsedTimeText(UInt64 nanos);
 class AppDelegate final : public QObject, public PanelController, public Capture::AudioDelegate {
     Q_OBJECT
 
-public:
+  public:
     static constexpr unsigned kPanelCount = 12;
     static constexpr UInt32 kTrackLimit = 40;
 
@@ -110,11 +110,11 @@ public:
     Library::LibraryExport* libraryExport() const { return mExport.get(); }
     bool exporting() const;
 
-Q_SIGNALS:
-    // Record was pressed; the first track starts right after.
+  Q_SIGNALS:
+    // Record was pressed; the recording starts once the receivers have returned.
     void recordingStarting();
 
-private:
+  private:
     void awakeFromNib();
     QWidget* addTabViewItem(const QString& identifier, const QString& label);
     QWidget* tabViewItem(const QString& identifier) const;
@@ -155,6 +155,8 @@ private:
     std::unique_ptr<QTimer> mPollingTimer;
     bool m_applyNormalization = false;
     bool m_applyClickRemoval = false;
+
+    QPointer<QTextBrowser> mHelpWindow; // where no browser opens the help page
 
     // Keeps the previous export's artist, album and track count for the next one.
     std::unique_ptr<ExportBridge> mExportBridge;

@@ -7,7 +7,6 @@
 #include "ui/MainThreadCaller.h"
 
 #include <QLineEdit>
-
 #include <cstdio>
 
 namespace Tolm::Ui {
@@ -41,9 +40,15 @@ void ExportBridge::takeNamesFromPanels()
     mTitles = titles;
 }
 
-UInt32 ExportBridge::numRecordedTracks() { return mTrackCount.load(); }
+UInt32 ExportBridge::numRecordedTracks()
+{
+    return mTrackCount.load();
+}
 
-QString ExportBridge::fileNameForTrack(UInt32 track) { return Capture::Audio::fileNameForTrack(track); }
+QString ExportBridge::fileNameForTrack(UInt32 track)
+{
+    return Capture::Audio::fileNameForTrack(track);
+}
 
 void ExportBridge::resetTrackCounter()
 {

@@ -3,7 +3,6 @@
 #include "library/LibraryExport.h"
 
 #include <QStringList>
-
 #include <atomic>
 #include <mutex>
 
@@ -19,7 +18,7 @@ class MainThreadCaller;
 class ExportBridge final : public Library::RecordedTracks,
                            public Library::TrackNaming,
                            public Library::ExportView {
-public:
+  public:
     ExportBridge(AppDelegate& wizard, MainThreadCaller& mainThread);
 
     // Main thread, before the export starts: the track count and the typed names.
@@ -41,7 +40,7 @@ public:
     void stopSpinner() override;
     void trackKept(UInt32 track, const QString& file, const QString& reason) override;
 
-private:
+  private:
     AppDelegate& mWizard;
     MainThreadCaller& mMainThread;
     std::atomic<UInt32> mTrackCount{0};

@@ -11,8 +11,8 @@ namespace Tolm::Ui {
 
 void RunWarningAlert(const QString& title, const QString& text, const QString& button)
 {
-    QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(), title, QMessageBox::NoButton,
-                    QApplication::activeWindow());
+    QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(), title,
+                    QMessageBox::NoButton, QApplication::activeWindow());
     box.setInformativeText(text);
     QPushButton* only = box.addButton(button, QMessageBox::AcceptRole);
     box.setDefaultButton(only);

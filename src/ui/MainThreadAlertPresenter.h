@@ -15,12 +15,12 @@ void RunWarningAlert(const QString& title, const QString& text, const QString& b
 // The engine's and the export's alerts as message boxes. Alerts from other threads are shown
 // on the main thread while the calling thread waits for the user, as the engine expects.
 class MainThreadAlertPresenter final : public Capture::AlertPresenter {
-public:
+  public:
     explicit MainThreadAlertPresenter(MainThreadCaller& mainThread) : mMainThread(mainThread) {}
 
     void ShowAlert(const QString& titleKey, const QString& messageKey, const QString& buttonKey) override;
 
-private:
+  private:
     MainThreadCaller& mMainThread;
 };
 

@@ -1,14 +1,16 @@
 #include "ui/MainThreadCaller.h"
 
 #include <QThread>
-
 #include <memory>
 
 namespace Tolm::Ui {
 
 MainThreadCaller::MainThreadCaller() = default;
 
-MainThreadCaller::~MainThreadCaller() { shutDown(); }
+MainThreadCaller::~MainThreadCaller()
+{
+    shutDown();
+}
 
 bool MainThreadCaller::call(const std::function<void()>& work)
 {

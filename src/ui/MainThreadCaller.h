@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -13,7 +12,7 @@ namespace Tolm::Ui {
 // waiting worker is let go when the caller shuts down, so the main thread may join a worker
 // that is waiting for it without a deadlock. Made on the main thread.
 class MainThreadCaller {
-public:
+  public:
     MainThreadCaller();
     ~MainThreadCaller();
     MainThreadCaller(const MainThreadCaller&) = delete;
@@ -29,7 +28,7 @@ public:
     void shutDown();
     bool isShutDown() const;
 
-private:
+  private:
     QObject mReceiver;
     mutable std::mutex mMutex;
     std::condition_variable mDone;

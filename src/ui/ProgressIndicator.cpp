@@ -19,7 +19,10 @@ ProgressIndicator::ProgressIndicator(QWidget* parent) : QWidget(parent)
     hide();
 }
 
-void ProgressIndicator::setIndeterminate(bool indeterminate) { mIndeterminate = indeterminate; }
+void ProgressIndicator::setIndeterminate(bool indeterminate)
+{
+    mIndeterminate = indeterminate;
+}
 
 void ProgressIndicator::startAnimation()
 {

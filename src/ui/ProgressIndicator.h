@@ -10,7 +10,7 @@ namespace Tolm::Ui {
 class ProgressIndicator : public QWidget {
     Q_OBJECT
 
-public:
+  public:
     explicit ProgressIndicator(QWidget* parent = nullptr);
 
     bool isIndeterminate() const { return mIndeterminate; }
@@ -19,10 +19,10 @@ public:
     void stopAnimation();
     bool isAnimating() const { return mTimer.isActive(); }
 
-protected:
+  protected:
     void paintEvent(QPaintEvent* event) override;
 
-private:
+  private:
     QTimer mTimer;
     int mStep = 0;
     bool mIndeterminate = true;

@@ -1,7 +1,6 @@
 // The wizard's way from panel to panel, driven through its buttons on virtual devices.
 
 #include "WizardTestSupport.h"
-
 #include "ui/FloatSlider.h"
 
 #include <QDesktopServices>
@@ -54,7 +53,7 @@ bool RecordAndStop(Wizard& wizard, UInt32 tracks)
 
 class UrlCatcher : public QObject {
     Q_OBJECT
-public:
+  public:
     QList<QUrl> opened;
     Q_INVOKABLE void open(const QUrl& url) { opened << url; }
 };
@@ -64,7 +63,7 @@ public:
 class WizardFlowTest : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
+  private Q_SLOTS:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
@@ -80,7 +79,8 @@ private Q_SLOTS:
         QTest::newRow("nothing plugged in") << QList<int>{} << 0 << QStringLiteral("IDS_NODEVICE");
         QTest::newRow("on the bus, no input") << QList<int>{0} << -1 << QStringLiteral("IDS_NODEVICE");
         QTest::newRow("two known devices") << QList<int>{0, 1} << 0 << QStringLiteral("IDS_TOOMANYDEVICES");
-        QTest::newRow("two inputs of that name") << QList<int>{0} << 1 << QStringLiteral("IDS_TOOMANYDEVICES");
+        QTest::newRow("two inputs of that name")
+            << QList<int>{0} << 1 << QStringLiteral("IDS_TOOMANYDEVICES");
     }
 
     void connectPanelWarnsWhenNoSingleDeviceIsFound()
@@ -328,6 +328,22 @@ private Q_SLOTS:
         QCOMPARE(Field(*wizard, 8, 72)->text(), QStringLiteral("Lanterns"));
     }
 
+    void returnGoesFromNameToNameAndThenToNext()
+    {
+        Wizard wizard({kPlainTurntable});
+        QVERIFY(RecordAndStop(wizard, 2));
+        QVERIFY(QTest::qWaitForWindowActive(wizard->window()));
+        QCOMPARE(QApplication::focusWidget(), Field(*wizard, 7, 51));
+        const int order[] = {52, 61, 62};
+        for (int tag : order) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+            QCOMPARE(QApplication::focusWidget(), Field(*wizard, 7, tag));
+        }
+        // Past the last track's field (63 to 70 are hidden) comes Next.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QCOMPARE(QApplication::focusWidget(), Button(*wizard, 7, "nextButton"));
+    }
+
     void stopWithoutTracksEndsOnTheFirstNamingPanel()
     {
         Wizard wizard({kPlainTurntable});
@@ -359,7 +375,8 @@ private Q_SLOTS:
     {
         Wizard wizard({kPlainTurntable});
         wizard->setPanel(13);
-        QVERIFY(wizard.boxes.saw(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel")));
+        QVERIFY(
+            wizard.boxes.saw(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel")));
         QCOMPARE(wizard->selectedPanel(), 1u);
     }
 

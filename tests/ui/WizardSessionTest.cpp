@@ -3,19 +3,18 @@
 // exported into a music library, and the question whether to record another.
 
 #include "WizardTestSupport.h"
-
 #include "library/LibrarySettings.h"
+#include "ui/TrackNameField.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-
+#include <cmath>
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
-
-#include <cmath>
 
 using namespace WizardTest;
 
@@ -80,7 +79,7 @@ Tags ReadTags(const QString& path)
 class WizardSessionTest : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
+  private Q_SLOTS:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
@@ -143,6 +142,13 @@ private Q_SLOTS:
         QCOMPARE(audio.numRecordedTracks(), 3u);
         QCOMPARE(boxes.count(), 0);
         QCOMPARE(UsableNameFields(*wizard, 7), QStringLiteral("xxx......."));
+        // Each name field tells how long its track is: a piece and the part of a gap around it.
+        for (int tag = 61; tag <= 63; ++tag) {
+            const auto* field = qobject_cast<Tolm::Ui::TrackNameField*>(Field(*wizard, 7, tag));
+            QVERIFY(field);
+            QVERIFY2(QRegularExpression(QStringLiteral("^0:1[3-6]$")).match(field->duration()).hasMatch(),
+                     qPrintable(field->duration()));
+        }
 
         const QStringList titles{QStringLiteral("Morning Train"), QStringLiteral("Paper Boats / Reprise"),
                                  QStringLiteral("Blue Hour")};
@@ -181,7 +187,6 @@ private Q_SLOTS:
         Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
         Tolm::Library::LibrarySettings::overrideFormat(std::nullopt);
     }
-
 };
 
 QTEST_MAIN(WizardSessionTest)

@@ -18,12 +18,11 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QPointer>
+#include <QPushButton>
 #include <QStringList>
 #include <QTimer>
 #include <QtTest>
-
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -46,7 +45,7 @@ inline constexpr Device kPlainTurntable{0x0c76, 0x1600, "Ion Quick Play LP turnt
 
 // Virtual audio hardware with a speaker and a fake USB bus, made the process's while it lives.
 class Rig {
-public:
+  public:
     Rig()
     {
         hardware = std::make_shared<Tolm::Platform::VirtualAudioHardware>(
@@ -90,7 +89,7 @@ public:
 
 // Answers every modal message box as a user would and notes what it said.
 class MessageBoxAnswerer : public QObject {
-public:
+  public:
     struct Seen {
         QString text;
         QString informativeText;
@@ -117,7 +116,7 @@ public:
         return false;
     }
 
-private:
+  private:
     void answerOpenBox()
     {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
@@ -137,7 +136,7 @@ private:
 
 // Qt's log, kept: the Audio controller names the equaliser it chooses there.
 class LogRecorder {
-public:
+  public:
     LogRecorder()
     {
         Active() = this;
@@ -159,7 +158,7 @@ public:
         mLines.clear();
     }
 
-private:
+  private:
     static LogRecorder*& Active()
     {
         static LogRecorder* active = nullptr;
@@ -183,7 +182,10 @@ private:
     QStringList mLines;
 };
 
-inline QString Warning(const char* key) { return Tolm::Localized(key); }
+inline QString Warning(const char* key)
+{
+    return Tolm::Localized(key);
+}
 
 inline bool PlayingThrough(const AppDelegate& wizard)
 {

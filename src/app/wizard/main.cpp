@@ -10,10 +10,12 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QEventLoop>
 #include <QIcon>
 #include <QPixmap>
 #include <QScreen>
-
+#include <QTimer>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 
@@ -99,9 +101,15 @@ int main(int argc, char** argv)
 
     Tolm::Ui::AppDelegate wizard;
     if (demo) {
-        // Record puts the needle down at the start of the side.
-        QObject::connect(&wizard, &Tolm::Ui::AppDelegate::recordingStarting,
-                         [&demo] { demo->Side().DropNeedle(); });
+        // Record takes the demo back to the start of the side, as the level panel asks a user
+        // to do. A user lifts the arm first; here a moment of the quiet lead-in stands in for
+        // that, so the music played before Record does not count as a track that just ended.
+        QObject::connect(&wizard, &Tolm::Ui::AppDelegate::recordingStarting, [&demo] {
+            demo->Side().DropNeedle();
+            QEventLoop lifting;
+            QTimer::singleShot(std::chrono::milliseconds(1200), &lifting, &QEventLoop::quit);
+            lifting.exec(QEventLoop::ExcludeUserInputEvents);
+        });
     }
     PlaceWindow(*wizard.window());
     wizard.window()->show();
