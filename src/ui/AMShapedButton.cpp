@@ -9,6 +9,7 @@
 #include <QDebug>
 #include <QEvent>
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QTextDocumentFragment>
@@ -201,6 +202,18 @@ void AMShapedButton::focusInEvent(QFocusEvent* event)
 {
     mKeyboardFocus = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
     QAbstractButton::focusInEvent(event);
+}
+
+// Return presses a focused button too, as it does a dialog's buttons: the naming panels hand
+// the keyboard to Next after the last name.
+void AMShapedButton::keyPressEvent(QKeyEvent* event)
+{
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
+        (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier) {
+        animateClick();
+        return;
+    }
+    QAbstractButton::keyPressEvent(event);
 }
 
 } // namespace Tolm::Ui

@@ -58,6 +58,7 @@ protected:
     bool hitButton(const QPoint& pos) const override;
     void changeEvent(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     QColor controlHighlightColor() const;

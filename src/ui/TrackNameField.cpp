@@ -8,11 +8,19 @@ namespace Tolm::Ui {
 namespace {
 constexpr int kNumberWidth = 30;
 constexpr int kFirstTrackTag = 60;
+constexpr int kDurationWidth = 54;
 } // namespace
 
 TrackNameField::TrackNameField(QWidget* parent) : QLineEdit(parent)
 {
     setTextMargins(kNumberWidth - 4, 0, 0, 0);
+}
+
+void TrackNameField::setDuration(const QString& duration)
+{
+    mDuration = duration;
+    setTextMargins(kNumberWidth - 4, 0, duration.isEmpty() ? 0 : kDurationWidth - 4, 0);
+    update();
 }
 
 int TrackNameField::trackNumber() const { return property("tag").toInt() - kFirstTrackTag; }
@@ -30,6 +38,12 @@ void TrackNameField::paintEvent(QPaintEvent* event)
     painter.setFont(font);
     painter.setPen(palette().color(QPalette::PlaceholderText));
     painter.drawText(QRect(0, 0, kNumberWidth, height()), Qt::AlignCenter, QString::number(number));
+    if (!mDuration.isEmpty()) {
+        font.setBold(false);
+        painter.setFont(font);
+        painter.drawText(QRect(width() - kDurationWidth, 0, kDurationWidth - 8, height()),
+                         Qt::AlignRight | Qt::AlignVCenter, mDuration);
+    }
 }
 
 } // namespace Tolm::Ui
