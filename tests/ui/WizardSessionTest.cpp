@@ -187,6 +187,61 @@ class WizardSessionTest : public QObject {
         Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
         Tolm::Library::LibrarySettings::overrideFormat(std::nullopt);
     }
+
+    // The export waits for a library on a drive that is not plugged in, says so and names the
+    // folder; once the drive is there the track goes in. Closing while it waits loses nothing.
+    void aLibraryThatIsAwayIsWaitedFor_data()
+    {
+        QTest::addColumn<bool>("closeWhileWaiting");
+        QTest::newRow("drive plugged in") << false;
+        QTest::newRow("program closed") << true;
+    }
+
+    void aLibraryThatIsAwayIsWaitedFor()
+    {
+        QFETCH(bool, closeWhileWaiting);
+        QTemporaryDir root;
+        const QString library = root.filePath(QStringLiteral("usb/Music"));
+        Tolm::Library::LibrarySettings::overrideFolder(library);
+        RemoveTrackFiles();
+
+        Rig rig;
+        const AudioDeviceID turntable =
+            rig.plug(kPlainTurntable, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
+        MessageBoxAnswerer boxes;
+        auto wizard = std::make_unique<AppDelegate>();
+        wizard->window()->show();
+        QVERIFY(Press(*wizard, "nextButton"));
+        Button(*wizard, 2, "automaticallySplitTracks")->setChecked(false);
+        QVERIFY(Press(*wizard, "nextButton"));
+        rig.hardware->Pump(turntable, 3 * 44100);
+        QVERIFY(Press(*wizard, "nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 4u);
+        QTest::keyClicks(Field(*wizard, 4, 12), QStringLiteral("Encore"));
+        QVERIFY(Press(*wizard, "nextButton"));
+
+        QVERIFY(WaitFor([&] { return boxes.count() > 0; }));
+        QCOMPARE(boxes.seen.first().text, Warning("IDS_WARNING"));
+        QVERIFY(boxes.seen.first().informativeText.startsWith(Warning("IDS_ITUNES_ERROR")));
+        QVERIFY(boxes.seen.first().informativeText.contains(library));
+        QCOMPARE(wizard->selectedPanel(), 5u);
+
+        if (closeWhileWaiting) {
+            // Without events handled, the next alert the export asks for stays unanswered:
+            // closing must not wait for it.
+            QTest::qSleep(2500);
+            wizard.reset();
+            QVERIFY(QFile::exists(Audio::fileNameForTrack(1)));
+        } else {
+            QVERIFY(QDir().mkpath(library));
+            QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
+            QCOMPARE(LibraryFiles(library).size(), 1);
+            QVERIFY(!QFile::exists(Audio::fileNameForTrack(1)));
+            wizard.reset();
+        }
+        RemoveTrackFiles();
+        Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
+    }
 };
 
 QTEST_MAIN(WizardSessionTest)
