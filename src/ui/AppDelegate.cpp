@@ -441,6 +441,8 @@ void AppDelegate::showHelp(QObject*)
     if (!mHelpWindow) {
         mHelpWindow = new QTextBrowser;
         mHelpWindow->setAttribute(Qt::WA_DeleteOnClose);
+        // Closing the wizard still ends the program while the help is open.
+        mHelpWindow->setAttribute(Qt::WA_QuitOnClose, false);
         mHelpWindow->setOpenExternalLinks(true);
         mHelpWindow->setWindowTitle(QApplication::applicationDisplayName());
         mHelpWindow->resize(640, 720);
