@@ -25,7 +25,6 @@
 #include <QtTest>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 namespace WizardTest {
 
@@ -132,54 +131,6 @@ class MessageBoxAnswerer : public QObject {
     }
 
     QTimer mTimer;
-};
-
-// Qt's log, kept: the Audio controller names the equaliser it chooses there.
-class LogRecorder {
-  public:
-    LogRecorder()
-    {
-        Active() = this;
-        mPrevious = qInstallMessageHandler(&LogRecorder::handle);
-    }
-    ~LogRecorder()
-    {
-        qInstallMessageHandler(mPrevious);
-        Active() = nullptr;
-    }
-    QStringList lines() const
-    {
-        std::lock_guard lock(mMutex);
-        return mLines;
-    }
-    void clear()
-    {
-        std::lock_guard lock(mMutex);
-        mLines.clear();
-    }
-
-  private:
-    static LogRecorder*& Active()
-    {
-        static LogRecorder* active = nullptr;
-        return active;
-    }
-    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
-    {
-        LogRecorder* recorder = Active();
-        if (!recorder)
-            return;
-        {
-            std::lock_guard lock(recorder->mMutex);
-            recorder->mLines << message;
-        }
-        if (recorder->mPrevious)
-            recorder->mPrevious(type, context, message);
-    }
-
-    QtMessageHandler mPrevious = nullptr;
-    mutable std::mutex mMutex;
-    QStringList mLines;
 };
 
 inline QString Warning(const char* key)
