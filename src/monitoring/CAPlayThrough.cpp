@@ -24,6 +24,16 @@ constexpr UInt32 kRingBuffers = 20;
 // are within a fraction of a percent of each other.
 constexpr Float64 kMaxRateCorrection = 0.05;
 
+// Blocks of about 2.5 ms (128 frames at 44.1 and 48 kHz): the latency a listener hears is a
+// few blocks on each side.
+UInt32 MonitorBlockFrames(Float64 rate)
+{
+    UInt32 frames = 32;
+    while (frames < rate / 400.0)
+        frames <<= 1;
+    return frames;
+}
+
 void ReportError(OSStatus status, const char* file, int line)
 {
     std::printf("CAPlayThrough Error: %ld ->  %s:  %d\n", long(status), file, line);
@@ -145,6 +155,13 @@ OSStatus CAPlayThrough::SetupBuffers()
     checkErr(mOutputStream->SetClientFormat(CAStreamBasicDescription::Float32(outputRate, mChannels, false)));
     mNominalRatio = outputRate / inputRate;
     checkErr(MakeGraph(mChannels));
+
+    // The devices run with less latency once our streams ask for small blocks: read them
+    // again, so that the through offset is what the streams use.
+    checkErr(mInputStream->SetBufferFrames(MonitorBlockFrames(inputRate)));
+    checkErr(mOutputStream->SetBufferFrames(MonitorBlockFrames(outputRate)));
+    mInputDevice.Init(mInputDevice.deviceId, true);
+    mOutputDevice.Init(mOutputDevice.deviceId, false);
 
     mInputBufferFrames = mInputStream->BufferFrames();
     if (mInputBufferFrames == 0)

@@ -32,8 +32,10 @@ struct AudioDeviceInfo {
     UInt32 outputChannels = 0;
     Float64 nominalSampleRate = 0.0;
     Float64 actualSampleRate = 0.0;  // 0.0 when it cannot be read
-    UInt32 safetyOffsetFrames = 0;   // latency the device adds, in frames
-    UInt32 bufferFrames = 0;         // I/O buffer size in frames
+    // Latency in frames as the device runs for the streams open on it (a stream asking for
+    // smaller blocks makes it run with less).
+    UInt32 safetyOffsetFrames = 0;   // latency the device adds
+    UInt32 bufferFrames = 0;         // I/O buffer size
     std::optional<UsbIdentity> usb;  // where the server reports USB vendor and product ids
 };
 
@@ -65,6 +67,10 @@ public:
     virtual OSStatus SetClientFormat(const AudioStreamBasicDescription& format) = 0;
     // Largest block the callback is given.
     virtual UInt32 BufferFrames() const = 0;
+    // Asks for blocks of about `frames` frames: smaller blocks mean less latency and more
+    // wake-ups. Only while stopped. A stream may round the request or keep its own size;
+    // BufferFrames() tells what it uses.
+    virtual OSStatus SetBufferFrames(UInt32 /*frames*/) { return noErr; }
 
     virtual OSStatus Start() = 0;
     virtual OSStatus Stop() = 0;  // when it returns, the callback is not running and won't be called

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -57,6 +58,10 @@ std::optional<UInt16> ParseHexId(const char* text)
     return UInt16(value);
 }
 
+// What a stream may ask for: from about a millisecond and a half to a few hundred.
+constexpr UInt32 kMinBlockFrames = 64;
+constexpr UInt32 kMaxBlockFrames = 16384;
+
 } // namespace
 
 UInt32 PulseBufferFrames(Float64 sampleRate)
@@ -104,7 +109,7 @@ struct PulseAudioHardware::Impl : std::enable_shared_from_this<Impl> {
 
     AudioDeviceID IdFor(bool isSource, uint32_t index);
     const Entry* Find(AudioDeviceID id) const;
-    AudioDeviceInfo WithActualRate(const AudioDeviceInfo& info) const;
+    AudioDeviceInfo AsRunning(const AudioDeviceInfo& info) const;
     void Upsert(Entry entry);
     void Remove(bool isSource, uint32_t index);
     void Lost();
@@ -170,7 +175,28 @@ class PulseStream final : public AudioStream {
         return noErr;
     }
 
-    UInt32 BufferFrames() const override { return PulseBufferFrames(ClientFormat().mSampleRate); }
+    OSStatus SetBufferFrames(UInt32 frames) override
+    {
+        if (mStream)
+            return kAudioHardwareIllegalOperationError;
+        mRequestedFrames = frames == 0 ? 0 : std::clamp(frames, kMinBlockFrames, kMaxBlockFrames);
+        return noErr;
+    }
+
+    UInt32 BufferFrames() const override
+    {
+        const UInt32 requested = mRequestedFrames;
+        return requested != 0 ? requested : PulseBufferFrames(ClientFormat().mSampleRate);
+    }
+
+    // The latency this stream asks of its device, in the device's frames: the server runs a
+    // device with the least latency any of its streams asks for.
+    UInt32 DeviceLatencyFrames(Float64 deviceRate) const
+    {
+        const AudioStreamBasicDescription client = ClientFormat();
+        const Float64 frames = Float64(BufferFrames()) * deviceRate / client.mSampleRate;
+        return UInt32(std::lround(std::max(1.0, frames)));
+    }
 
     OSStatus Start() override;
     OSStatus Stop() override;
@@ -235,6 +261,7 @@ class PulseStream final : public AudioStream {
     void* const mRefCon;
     mutable std::mutex mFormatMutex;
     AudioStreamBasicDescription mClientFormat;
+    std::atomic<UInt32> mRequestedFrames{0}; // 0: the default for the rate
 
     pa_stream* mStream = nullptr; // under the loop lock
     std::atomic<bool> mRunning{false};
@@ -427,17 +454,25 @@ const PulseAudioHardware::Impl::Entry* PulseAudioHardware::Impl::Find(AudioDevic
     return nullptr;
 }
 
-AudioDeviceInfo PulseAudioHardware::Impl::WithActualRate(const AudioDeviceInfo& info) const
+AudioDeviceInfo PulseAudioHardware::Impl::AsRunning(const AudioDeviceInfo& info) const
 {
     AudioDeviceInfo result = info;
+    bool rateMeasured = false;
+    UInt32 block = info.bufferFrames;
     std::lock_guard lock(streamsMutex);
     for (const PulseStream* stream : streams) {
         if (stream->Device() != info.id)
             continue;
-        if (const Float64 scalar = stream->MeasuredRateScalar(); scalar > 0.0) {
+        block = std::min(block, stream->DeviceLatencyFrames(info.nominalSampleRate));
+        if (const Float64 scalar = stream->MeasuredRateScalar(); scalar > 0.0 && !rateMeasured) {
             result.actualSampleRate = info.nominalSampleRate * scalar;
-            break;
+            rateMeasured = true;
         }
+    }
+    if (block < info.bufferFrames) {
+        // With small blocks the server's wake-ups jitter by about a block: keep that as margin.
+        result.bufferFrames = block;
+        result.safetyOffsetFrames = 2 * block;
     }
     return result;
 }
@@ -641,7 +676,7 @@ OSStatus PulseStream::Start()
     mRate = client.mSampleRate;
     mChannels = client.mChannelsPerFrame;
     mFrameBytes = mChannels * sizeof(float);
-    mBlockFrames = PulseBufferFrames(mRate);
+    mBlockFrames = BufferFrames();
     if (mBuffers.Channels() != mChannels || mBuffers.MaxFrames() != mBlockFrames)
         mBuffers = ChannelBuffers(mChannels, mBlockFrames);
     mLoop.SetNominalRate(mRate);
@@ -908,7 +943,7 @@ std::vector<AudioDeviceInfo> PulseAudioHardware::Devices() const
             list.push_back(entry.info);
     }
     for (auto& info : list)
-        info = mImpl->WithActualRate(info);
+        info = mImpl->AsRunning(info);
     return list;
 }
 
@@ -921,7 +956,7 @@ OSStatus PulseAudioHardware::GetDevice(AudioDeviceID id, AudioDeviceInfo& info) 
             return kAudioHardwareBadDeviceError;
         info = entry->info;
     }
-    info = mImpl->WithActualRate(info);
+    info = mImpl->AsRunning(info);
     return noErr;
 }
 
