@@ -23,6 +23,7 @@ void CAPlayThroughHost::CreatePlayThrough(AudioDeviceID input, AudioDeviceID out
     {
         std::lock_guard lock(mMutex);
         engine = std::move(created);
+        ++mBuilds;
     }
     // A failure leaves the engine without rebuilds; nothing more to do about it.
     AddDeviceListeners(device);
@@ -52,6 +53,7 @@ void CAPlayThroughHost::ResetPlayThrough()
     engine->Stop();
     engine.reset();
     engine = std::make_unique<CAPlayThrough>(input, output);
+    ++mBuilds;
     engine->Start();
 }
 

@@ -34,6 +34,15 @@ public:
     // The current engine, for setting its gain and hook; a rebuild replaces it, so do not
     // keep the pointer.
     CAPlayThrough* Engine() const;
+    // Calls `configure` with the current engine and how many engines this host has built,
+    // holding off rebuilds meanwhile; nothing happens without an engine. A caller that keeps
+    // the count can tell a rebuilt engine and set its gain and hook again.
+    template <typename Configure> void WithEngine(Configure&& configure)
+    {
+        std::lock_guard lock(mMutex);
+        if (engine)
+            configure(*engine, mBuilds);
+    }
 
 private:
     OSStatus AddDeviceListeners(AudioDeviceID input);
@@ -45,6 +54,7 @@ private:
     // listener itself takes it.
     mutable std::mutex mMutex;
     std::unique_ptr<CAPlayThrough> engine;
+    unsigned mBuilds = 0;
     // One listener for the input device, kept across rebuilds (they keep the device).
     Platform::AudioHardware::ListenerId mListener = 0;
     bool mListening = false;

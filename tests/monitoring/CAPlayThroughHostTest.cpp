@@ -72,6 +72,16 @@ TEST(CAPlayThroughHost, FormatChangeRebuildsTheEngineRunningAtUnityGainWithoutHo
         peak = std::max(peak, std::fabs(played[k]));
     EXPECT_NEAR(peak, 0.5f, 0.02f);  // +6 dB would have limited it at 1.0
 
+    // The build count is how an owner tells the new engine from the one it had set up.
+    unsigned builds = 0;
+    host.WithEngine([&](Tolm::Monitoring::CAPlayThrough& engine, unsigned build) {
+        builds = build;
+        engine.inputHook = &CountingHook;
+    });
+    EXPECT_EQ(builds, 2u);
+    rig.Run(20);
+    EXPECT_GT(gHookCalls.load(), 0);
+
     host.Stop();
     EXPECT_FALSE(host.IsRunning());
 }

@@ -128,10 +128,16 @@ int RunMonitor(const std::vector<std::string>& args)
     Platform::Hardware().GetDevice(input, inputInfo);
 
     Monitoring::CAPlayThroughHost host(input, output);
-    if (auto* engine = host.Engine()) {
-        engine->SetInputGain(gainDb);
-        engine->inputHook = &Capture::InputProcCallback;
-    }
+    // A rebuilt engine (the input's format changed) starts with unity gain and no meters.
+    unsigned configuredBuild = 0;
+    auto configure = [&](Monitoring::CAPlayThrough& engine, unsigned build) {
+        if (build == configuredBuild)
+            return;
+        engine.SetInputGain(gainDb);
+        engine.inputHook = &Capture::InputProcCallback;
+        configuredBuild = build;
+    };
+    host.WithEngine(configure);
     Capture::GetVUMaxL();
     Capture::GetVUMaxR();
     InstallStopRequestHandler();
@@ -148,6 +154,7 @@ int RunMonitor(const std::vector<std::string>& args)
     for (;;) {
         next += kMeterInterval;
         std::this_thread::sleep_until(next);
+        host.WithEngine(configure);
         const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         // Read and clear: each reading is the peak since the one before.
         const float left = Capture::GetVUMaxL();
