@@ -47,3 +47,35 @@ TEST(CommandLineFormatting, ParseNumberWantsTheWholeText)
     EXPECT_FALSE(ParseNumber(""));
     EXPECT_FALSE(ParseNumber("nan"));
 }
+
+TEST(CommandLineOptions, GainAndSecondsKeepTheirDefaultUnlessGivenAValidValue)
+{
+    struct Case {
+        std::vector<std::string> args;
+        bool ok;
+        float gain;
+        double seconds;
+    };
+    const std::vector<Case> cases = {
+        {{}, true, 1.5f, 9.0},  // absent: defaults stay
+        {{"--gain", "-6.5", "--seconds=2"}, true, -6.5f, 2.0},
+        {{"--gain", "40"}, true, 40.0f, 9.0},
+        {{"--gain", "41"}, false, 1.5f, 9.0},
+        {{"--gain", "-61"}, false, 1.5f, 9.0},
+        {{"--gain", "loud"}, false, 1.5f, 9.0},
+        {{"--seconds", "0"}, false, 1.5f, 9.0},
+        {{"--seconds", "inf"}, false, 1.5f, 9.0},
+    };
+    for (const Case& c : cases) {
+        ArgumentParser parser("test", c.args);
+        float gain = 1.5f;
+        double seconds = 9.0;
+        const bool ok = TakeGainOption(parser, gain) && TakeSecondsOption(parser, seconds);
+        const std::string shown = c.args.empty() ? "(none)" : c.args[0] + " " + c.args[1];
+        EXPECT_EQ(ok, c.ok) << shown;
+        EXPECT_EQ(gain, c.gain) << shown;
+        EXPECT_EQ(seconds, c.seconds) << shown;
+    }
+    EXPECT_EQ(PeakDecibels(0.5f), "  -6.0 dB");
+    EXPECT_EQ(PeakDecibels(0.0f), "  -inf dB");
+}

@@ -112,6 +112,34 @@ std::optional<double> ParseNumber(const std::string& text)
     return value;
 }
 
+bool TakeGainOption(ArgumentParser& parser, float& gainDb)
+{
+    const auto text = parser.Value("gain");
+    if (!text)
+        return true;
+    const auto value = ParseNumber(*text);
+    if (!value || *value < -60.0 || *value > 40.0) {
+        parser.Error("--gain takes decibels from -60 to 40, not \"" + *text + "\"");
+        return false;
+    }
+    gainDb = float(*value);
+    return true;
+}
+
+bool TakeSecondsOption(ArgumentParser& parser, double& seconds)
+{
+    const auto text = parser.Value("seconds");
+    if (!text)
+        return true;
+    const auto value = ParseNumber(*text);
+    if (!value || !(*value > 0.0)) {
+        parser.Error("--seconds takes a positive number, not \"" + *text + "\"");
+        return false;
+    }
+    seconds = *value;
+    return true;
+}
+
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 ProgressBar::ProgressBar(std::string label, bool enabled) : mLabel(std::move(label)), mEnabled(enabled) {}
@@ -186,6 +214,15 @@ std::string LevelBar(float peakLinear, int width)
     bar.append(size_t(width - filled), '-');
     bar += db >= 0.0 ? "]!" : "] ";
     return bar;
+}
+
+std::string PeakDecibels(float peakLinear)
+{
+    if (!(peakLinear > 0.0f))
+        return "  -inf dB";
+    char text[32];
+    std::snprintf(text, sizeof text, "%6.1f dB", 20.0 * std::log10(double(peakLinear)));
+    return text;
 }
 
 std::string FormatMinutesSeconds(double seconds)

@@ -37,6 +37,12 @@ private:
 // Parses a number; nullopt if the text is not wholly a number.
 std::optional<double> ParseNumber(const std::string& text);
 
+// The options every recording command shares. Each takes its option from the parser and
+// leaves the value as it was when the option is absent; false, after a message, when the
+// value is not one.
+bool TakeGainOption(ArgumentParser& parser, float& gainDb);      // --gain DB, -60 to 40
+bool TakeSecondsOption(ArgumentParser& parser, double& seconds); // --seconds S, positive
+
 bool StandardErrorIsTerminal();
 
 // A progress bar on standard error, drawn only when it is a terminal.
@@ -72,6 +78,8 @@ private:
 
 // "[#####-----]" of `width` cells for a level in dB from -60 to 0.
 std::string LevelBar(float peakLinear, int width = 20);
+// " -12.0 dB", or "  -inf dB" for digital silence.
+std::string PeakDecibels(float peakLinear);
 // m:ss.s
 std::string FormatMinutesSeconds(double seconds);
 

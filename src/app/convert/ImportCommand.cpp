@@ -3,14 +3,13 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "ConsoleApplication.h"
 #include "capture/InputChain.h"
-#include "capture/Localization.h"
 #include "library/ConsoleImport.h"
 #include "library/LibraryError.h"
 #include "library/LibrarySettings.h"
 #include "library/StagedTracks.h"
 
-#include <QCoreApplication>
 #include <cstdio>
 
 namespace Tolm::Convert {
@@ -40,12 +39,7 @@ int RunImport(const std::vector<std::string>& args)
         return kExitBadInput;
     }
 
-    int argc = 1;
-    char name[] = "tolm-convert";
-    char* argv[] = {name, nullptr};
-    QCoreApplication app(argc, argv);
-    InstallTranslations();
-    InstallStopRequestHandler();
+    ConsoleApplication app;
     if (const std::string problem = import->apply(); !problem.empty()) {
         parser.Error(problem);
         return kExitBadInput;

@@ -2,13 +2,11 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "ConsoleApplication.h"
 #include "SideRecorder.h"
-#include "capture/DemoTurntable.h"
-#include "capture/Localization.h"
+#include "InputDevices.h"
 #include "library/ConsoleImport.h"
-#include "platform/PulseAudioHardware.h"
 
-#include <QCoreApplication>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -92,7 +90,9 @@ int RunRecord(const std::vector<std::string>& args)
     const bool demo = parser.Flag("demo");
     const bool turntable = parser.Flag("turntable");
     const auto tape = parser.Value("tape");
-    const auto gainText = parser.Value("gain");
+    float gainDb = 0.0f;
+    if (!TakeGainOption(parser, gainDb))
+        return kExitBadInput;
     const bool noAutoSplit = parser.Flag("no-auto-split");
     const auto outDir = parser.Value("out");
     const auto positionals = parser.Positionals();
@@ -123,15 +123,6 @@ int RunRecord(const std::vector<std::string>& args)
             return kExitBadInput;
         }
     }
-    float gainDb = 0.0f;
-    if (gainText) {
-        const auto gain = ParseNumber(*gainText);
-        if (!gain || *gain < -60.0 || *gain > 40.0) {
-            parser.Error("--gain takes decibels from -60 to 40, not \"" + *gainText + "\"");
-            return kExitBadInput;
-        }
-        gainDb = float(*gain);
-    }
     if (outDir && import->wanted) {
         parser.Error("--out and --import exclude each other: imported tracks go to the music library");
         return kExitBadInput;
@@ -152,23 +143,14 @@ int RunRecord(const std::vector<std::string>& args)
         }
     }
 
-    int argc = 1;
-    char name[] = "tolm-convert";
-    char* argv[] = {name, nullptr};
-    QCoreApplication app(argc, argv);
-    InstallTranslations();
-    InstallStopRequestHandler();
+    ConsoleApplication app;
     ResultOutput results;
 
     // The demo turntable alone on the bus: --demo means that one, whatever else is plugged
     // in. It plays into the user's own output where a sound server answers.
     std::unique_ptr<Capture::DemoTurntable> turntableDemo;
-    if (demo) {
-        turntableDemo =
-            std::make_unique<Capture::DemoTurntable>(Platform::PulseAudioHardware::Connect(), nullptr,
-                                                     Capture::DemoTurntable::Kind::OwnPreamp, 44100.0);
-        turntableDemo->Install();
-    }
+    if (demo)
+        turntableDemo = InstallDemoTurntable();
 
     if (import->wanted) {
         // Before recording: a side cannot be played twice.

@@ -3,11 +3,9 @@
 
 #include "Command.h"
 #include "CommandLine.h"
-#include "capture/DemoTurntable.h"
+#include "InputDevices.h"
 #include "platform/AudioHardware.h"
-#include "platform/CADecibels.h"
 #include "platform/CAXException.h"
-#include "platform/PulseAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
 
 #include <algorithm>
@@ -25,41 +23,6 @@ namespace {
 constexpr int kRingBuffers = 3;
 constexpr UInt32 kRingFrames = 32768;
 
-std::string TrimTrailingBlanks(std::string s)
-{
-    while (!s.empty() && s.back() == ' ')
-        s.pop_back();
-    return s;
-}
-
-// The name as the hardware reports it, then the description the user is shown; trailing
-// blanks (some USB codecs pad their names) may be left out.
-std::optional<Platform::AudioDeviceInfo> FindInputDevice(const std::string& name)
-{
-    const auto devices = Platform::Hardware().Devices();
-    auto find = [&](auto matches) -> std::optional<Platform::AudioDeviceInfo> {
-        for (const auto& d : devices) {
-            if (d.inputChannels > 0 && matches(d))
-                return d;
-        }
-        return std::nullopt;
-    };
-    if (auto d = find([&](const auto& d) { return d.name == name; }))
-        return d;
-    if (auto d = find([&](const auto& d) { return d.description == name; }))
-        return d;
-    return find([&](const auto& d) { return TrimTrailingBlanks(d.name) == TrimTrailingBlanks(name); });
-}
-
-std::string LevelText(float peak)
-{
-    if (peak <= 0.0f)
-        return "  -inf dB";
-    char text[32];
-    std::snprintf(text, sizeof text, "%6.1f dB", ampdb(peak));
-    return text;
-}
-
 } // namespace
 
 int RunRecordFile(const std::vector<std::string>& args)
@@ -67,8 +30,10 @@ int RunRecordFile(const std::vector<std::string>& args)
     ArgumentParser parser("record-file", args);
     const auto deviceName = parser.Value("device");
     const bool demo = parser.Flag("demo");
-    const auto gainText = parser.Value("gain");
-    const auto secondsText = parser.Value("seconds");
+    float gainDb = 0.0f;
+    double seconds = 0.0; // 0: until Ctrl-C
+    if (!TakeGainOption(parser, gainDb) || !TakeSecondsOption(parser, seconds))
+        return kExitBadInput;
     const auto positionals = parser.Positionals();
     if (!positionals)
         return kExitBadInput;
@@ -81,25 +46,6 @@ int RunRecordFile(const std::vector<std::string>& args)
         return kExitBadInput;
     }
     const std::string& outPath = positionals->front();
-
-    float gainDb = 0.0f;
-    if (gainText) {
-        const auto gain = ParseNumber(*gainText);
-        if (!gain || !std::isfinite(*gain) || std::fabs(*gain) > 60.0) {
-            parser.Error("--gain takes decibels between -60 and 60, not \"" + *gainText + "\"");
-            return kExitBadInput;
-        }
-        gainDb = float(*gain);
-    }
-    double seconds = 0.0; // 0: until Ctrl-C
-    if (secondsText) {
-        const auto s = ParseNumber(*secondsText);
-        if (!s || !(*s > 0.0) || !std::isfinite(*s)) {
-            parser.Error("--seconds takes a positive number, not \"" + *secondsText + "\"");
-            return kExitBadInput;
-        }
-        seconds = *s;
-    }
 
     FSRef parent;
     std::string fileName;
@@ -119,9 +65,7 @@ int RunRecordFile(const std::vector<std::string>& args)
     // The demo turntable sits on the sound server's devices when there is one.
     std::unique_ptr<Capture::DemoTurntable> turntable;
     if (demo) {
-        turntable =
-            std::make_unique<Capture::DemoTurntable>(Platform::PulseAudioHardware::Connect(), nullptr);
-        turntable->Install();
+        turntable = InstallDemoTurntable();
         device = turntable->DeviceId();
     }
     if (const auto info = demo ? std::optional<Platform::AudioDeviceInfo>() : FindInputDevice(*deviceName)) {
@@ -183,7 +127,7 @@ int RunRecordFile(const std::vector<std::string>& args)
         if (++ticks % 6 == 0)
             peak = 0.0f;
         peak = std::max(peak, recorder->TakeInputPeak());
-        std::string line = FormatMinutesSeconds(recorded) + "  " + LevelBar(peak) + LevelText(peak) +
+        std::string line = FormatMinutesSeconds(recorded) + "  " + LevelBar(peak) + PeakDecibels(peak) +
                            "  overruns " + std::to_string(recorder->GetOverrunCount());
         if (statistics.holeFrames > 0)
             line += "  lost by the server " + std::to_string(statistics.holeFrames) + " frames";

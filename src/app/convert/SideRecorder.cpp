@@ -1,6 +1,7 @@
 #include "SideRecorder.h"
 
 #include "CommandLine.h"
+#include "InputDevices.h"
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
 #include "platform/AudioDeviceList.h"
@@ -62,11 +63,10 @@ bool SideRecorder::Detect(const std::string& expected)
         break;
     }
 
-    // What the user recognises: the description the sound server shows, else the name.
     Platform::AudioDeviceInfo info;
     std::string shown = mAudio.device()->firstName;
     if (Platform::Hardware().GetDevice(mAudio.inputDeviceID(), info) == noErr)
-        shown = info.description.empty() ? info.name : info.description;
+        shown = ShownName(info);
     mDeviceName = shown;
 
     const std::string wanted = Lower(expected);

@@ -3,8 +3,8 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "ConsoleApplication.h"
 #include "SideAnalysis.h"
-#include "capture/Localization.h"
 #include "library/ConsoleImport.h"
 #include "library/LibraryError.h"
 #include "library/LibrarySettings.h"
@@ -12,7 +12,6 @@
 #include "library/StagedTracks.h"
 #include "library/TrackTags.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <cerrno>
@@ -97,12 +96,7 @@ int RunSplit(const std::vector<std::string>& args)
     }
     const std::string& side = positionals->front();
 
-    int argc = 1;
-    char name[] = "tolm-convert";
-    char* argv[] = {name, nullptr};
-    QCoreApplication app(argc, argv);
-    InstallTranslations();
-    InstallStopRequestHandler();
+    ConsoleApplication app;
     if (import->wanted) {
         if (const std::string problem = import->apply(); !problem.empty()) {
             parser.Error(problem);
