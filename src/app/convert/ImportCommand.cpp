@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "CommandLine.h"
 #include "ConsoleApplication.h"
+#include "ImportOptions.h"
 #include "capture/InputChain.h"
 #include "library/ConsoleImport.h"
 #include "library/LibraryError.h"
@@ -19,13 +20,10 @@ namespace {
 int RunImport(const std::vector<std::string>& args)
 {
     std::vector<std::string> rest = args;
-    std::string error;
-    auto import = Library::ConsoleImport::Take(rest, error);
-    ArgumentParser parser("import", rest);
-    if (!import) {
-        parser.Error(error);
+    auto import = TakeImportOptions("import", rest);
+    if (!import)
         return kExitBadInput;
-    }
+    ArgumentParser parser("import", rest);
     const bool normalize = parser.Flag("normalize");
     const auto files = parser.Positionals();
     if (!files)

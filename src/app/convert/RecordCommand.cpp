@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "CommandLine.h"
 #include "ConsoleApplication.h"
+#include "ImportOptions.h"
 #include "SideRecorder.h"
 #include "InputDevices.h"
 #include "library/ConsoleImport.h"
@@ -79,13 +80,10 @@ int RunRecord(const std::vector<std::string>& args)
 {
     // Naming and import options are the library's; the rest are ours.
     std::vector<std::string> rest = args;
-    std::string importError;
-    const auto import = Library::ConsoleImport::Take(rest, importError);
-    ArgumentParser parser("record", rest);
-    if (!import) {
-        parser.Error(importError);
+    const auto import = TakeImportOptions("record", rest);
+    if (!import)
         return kExitBadInput;
-    }
+    ArgumentParser parser("record", rest);
     const auto device = parser.Value("device");
     const bool demo = parser.Flag("demo");
     const bool turntable = parser.Flag("turntable");

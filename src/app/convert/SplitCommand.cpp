@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "CommandLine.h"
 #include "ConsoleApplication.h"
+#include "ImportOptions.h"
 #include "SideAnalysis.h"
 #include "library/ConsoleImport.h"
 #include "library/LibraryError.h"
@@ -65,13 +66,10 @@ int WriteTrackFiles(Library::StagedTracks& tracks, const Library::ConsoleImport&
 int RunSplit(const std::vector<std::string>& args)
 {
     std::vector<std::string> rest = args;
-    std::string error;
-    auto import = Library::ConsoleImport::Take(rest, error);
-    ArgumentParser parser("split", rest);
-    if (!import) {
-        parser.Error(error);
+    auto import = TakeImportOptions("split", rest);
+    if (!import)
         return kExitBadInput;
-    }
+    ArgumentParser parser("split", rest);
     const auto eqName = parser.Value("eq");
     const auto out = parser.Value("out");
     const auto positionals = parser.Positionals();
