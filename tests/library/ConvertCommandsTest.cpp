@@ -27,11 +27,14 @@ struct Result {
 
 class ConvertCommandsTest : public ::testing::Test {
   protected:
-    Result run(const QStringList& arguments)
+    Result run(std::initializer_list<const char*> arguments)
     {
+        QStringList list;
+        for (const char* argument : arguments)
+            list << QString::fromUtf8(argument);
         QProcess process;
         process.setWorkingDirectory(mFolder.path());
-        process.start(QStringLiteral(TOLM_CONVERT), arguments);
+        process.start(QStringLiteral(TOLM_CONVERT), list);
         EXPECT_TRUE(process.waitForFinished(240'000));
         Result result;
         result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
@@ -41,33 +44,7 @@ class ConvertCommandsTest : public ::testing::Test {
         return result;
     }
 
-    QString path(const QString& name) const { return QDir(mFolder.path()).filePath(name); }
-
-    // A side of three pieces with quiet gaps between them, like a record's.
-    QString writeSide()
-    {
-        const QString side = path(QStringLiteral("side.wav"));
-        SF_INFO info{};
-        info.samplerate = 44100;
-        info.channels = 2;
-        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-        SNDFILE* file = sf_open(QFile::encodeName(side).constData(), SFM_WRITE, &info);
-        unsigned noise = 7;
-        std::vector<float> frame(2);
-        for (const double seconds : {20.0, 4.0, 15.0, 4.0, 20.0, 4.0}) {
-            const bool gap = seconds == 4.0;
-            for (long i = 0; i < long(seconds * 44100); ++i) {
-                noise = noise * 1664525u + 1013904223u;
-                const float hiss = (float(noise >> 8) / float(1u << 24) - 0.5f);
-                const float music =
-                    gap ? 0.0f : 0.3f * float(std::sin(2 * M_PI * 330.0 * i / 44100.0)) + 0.2f * hiss;
-                frame[0] = frame[1] = music + 0.0005f * hiss;
-                sf_writef_float(file, frame.data(), 1);
-            }
-        }
-        sf_close(file);
-        return side;
-    }
+    QString path(const char* name) const { return QDir(mFolder.path()).filePath(QString::fromUtf8(name)); }
 
     QTemporaryDir mFolder;
 };
@@ -76,62 +53,73 @@ class ConvertCommandsTest : public ::testing::Test {
 
 TEST_F(ConvertCommandsTest, ImportFilesHostileNamesIntoANewLibrary)
 {
-    WriteTrackFile(path(QStringLiteral("one.wav")), 44100, 22050);
-    WriteTrackFile(path(QStringLiteral("two.wav")), 48000, 24000);
-    const QString artist = QStringLiteral("The \"Best\" $(touch pwned)");
-    const QString album = QStringLiteral("`touch pwned` / ..");
-    const QString first = QString::fromUtf8("Line\nbreak \xf0\x9f\x8e\xb8 \\");
-    const Result result =
-        run({QStringLiteral("import"), QStringLiteral("--artist"), artist, QStringLiteral("--album"), album,
-             QStringLiteral("--title"), first, QStringLiteral("--library"), QStringLiteral("Music"),
-             QStringLiteral("--format"), QStringLiteral("ogg"), QStringLiteral("one.wav"),
-             QStringLiteral("two.wav")});
+    WriteTrackFile(path("one.wav"), 44100, 22050);
+    WriteTrackFile(path("two.wav"), 48000, 24000);
+    const char* artist = "The \"Best\" $(touch pwned)";
+    const char* album = "`touch pwned` / ..";
+    const char* title = "Line\nbreak \xf0\x9f\x8e\xb8 \\";
+    const Result result = run({"import", "--artist", artist, "--album", album, "--title", title, "--library",
+                               "Music", "--format", "ogg", "one.wav", "two.wav"});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     ASSERT_EQ(result.lines.size(), 2);
-    EXPECT_EQ(ReadTrackTags(result.lines[0]), (TrackTags{artist, album, first, QStringLiteral("1")}));
+    EXPECT_EQ(ReadTrackTags(result.lines[0]), (TrackTags{QString::fromUtf8(artist), QString::fromUtf8(album),
+                                                         QString::fromUtf8(title), QStringLiteral("1")}));
     EXPECT_EQ(ReadTrackTags(result.lines[1])->trackNumber, QStringLiteral("2"));
     EXPECT_EQ(DecodeFile(result.lines[1]).sampleRate, 48000);
     for (const QString& file : result.lines)
-        EXPECT_TRUE(file.startsWith(path(QStringLiteral("Music/"))));
-    EXPECT_TRUE(QFileInfo::exists(path(QStringLiteral("one.wav")))) << "the originals are left alone";
-    EXPECT_TRUE(QFileInfo::exists(path(QStringLiteral("two.wav"))));
-    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("pwned"))));
+        EXPECT_TRUE(file.startsWith(path("Music/")));
+    EXPECT_TRUE(QFileInfo::exists(path("one.wav")) && QFileInfo::exists(path("two.wav")))
+        << "the originals are left alone";
+    EXPECT_FALSE(QFileInfo::exists(path("pwned")));
 }
 
 TEST_F(ConvertCommandsTest, BadInputIsRefusedBeforeTheLibraryIsTouched)
 {
-    WriteTrackFile(path(QStringLiteral("good.wav")), 44100, 4410);
-    QFile notAudio(path(QStringLiteral("notes.txt")));
+    WriteTrackFile(path("good.wav"), 44100, 4410);
+    QFile notAudio(path("notes.txt"));
     ASSERT_TRUE(notAudio.open(QIODevice::WriteOnly));
     notAudio.write("not a sound");
     notAudio.close();
 
-    Result result = run({QStringLiteral("import"), QStringLiteral("--library"), QStringLiteral("Music"),
-                         QStringLiteral("good.wav"), QStringLiteral("notes.txt")});
+    Result result = run({"import", "--library", "Music", "good.wav", "notes.txt"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.errors.contains(QStringLiteral("notes.txt"))) << result.errors.toStdString();
-    EXPECT_TRUE(FilesBelow(path(QStringLiteral("Music"))).isEmpty());
+    EXPECT_TRUE(FilesBelow(path("Music")).isEmpty());
 
-    result = run({QStringLiteral("import"), QStringLiteral("--format"), QStringLiteral("aiff"),
-                  QStringLiteral("good.wav")});
+    result = run({"import", "--format", "aiff", "good.wav"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.errors.contains(QStringLiteral("flac"))) << "names the formats there are";
-
-    result = run({QStringLiteral("import"), QStringLiteral("--title"), QStringLiteral("a"),
-                  QStringLiteral("--title"), QStringLiteral("b"), QStringLiteral("good.wav")});
-    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(run({"import", "--title", "a", "--title", "b", "good.wav"}).exitCode, 2);
 }
 
 TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
 {
-    writeSide();
-    Result result = run({QStringLiteral("split"), QStringLiteral("side.wav"), QStringLiteral("--artist"),
-                         QStringLiteral("Artist"), QStringLiteral("--album"), QStringLiteral("Side A"),
-                         QStringLiteral("--title"), QStringLiteral("First"), QStringLiteral("--import"),
-                         QStringLiteral("--library"), QStringLiteral("Music")});
+    // Three pieces with quiet gaps after them, like a record's side.
+    SF_INFO info{};
+    info.samplerate = 44100;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* side = sf_open(QFile::encodeName(path("side.wav")).constData(), SFM_WRITE, &info);
+    unsigned noise = 7;
+    std::vector<float> frame(2);
+    for (const double seconds : {20.0, 4.0, 15.0, 4.0, 20.0, 4.0}) {
+        const bool gap = seconds == 4.0;
+        for (long i = 0; i < long(seconds * 44100); ++i) {
+            noise = noise * 1664525u + 1013904223u;
+            const float hiss = (float(noise >> 8) / float(1u << 24) - 0.5f);
+            const float music =
+                gap ? 0.0f : 0.3f * float(std::sin(2 * M_PI * 330.0 * i / 44100.0)) + 0.2f * hiss;
+            frame[0] = frame[1] = music + 0.0005f * hiss;
+            sf_writef_float(side, frame.data(), 1);
+        }
+    }
+    sf_close(side);
+
+    Result result = run({"split", "side.wav", "--artist", "Artist", "--album", "Side A", "--title", "First",
+                         "--import", "--library", "Music"});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     ASSERT_EQ(result.lines.size(), 3) << result.lines.join(QLatin1Char(',')).toStdString();
-    EXPECT_EQ(result.lines[0], path(QStringLiteral("Music/Artist/Side A/01 First.flac")));
+    EXPECT_EQ(result.lines[0], path("Music/Artist/Side A/01 First.flac"));
     const double lengths[] = {20.0, 15.0, 20.0};
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(ReadTrackTags(result.lines[i])->trackNumber, QString::number(i + 1));
@@ -142,9 +130,8 @@ TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
         EXPECT_LE(seconds, lengths[i] + 6.0) << "track " << i + 1;
     }
 
-    result = run({QStringLiteral("split"), QStringLiteral("side.wav"), QStringLiteral("--out"),
-                  QStringLiteral("cut")});
+    result = run({"split", "side.wav", "--out", "cut"});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
-    EXPECT_EQ(FilesBelow(path(QStringLiteral("cut"))).size(), 3);
-    EXPECT_TRUE(QFileInfo::exists(path(QStringLiteral("side.wav"))));
+    EXPECT_EQ(FilesBelow(path("cut")).size(), 3);
+    EXPECT_TRUE(QFileInfo::exists(path("side.wav")));
 }

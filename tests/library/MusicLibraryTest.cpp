@@ -13,9 +13,6 @@
 
 using namespace Tolm::Library;
 using Tolm::Test::DecodeFile;
-using Tolm::Test::FilesBelow;
-using Tolm::Test::TemporaryLibrary;
-using Tolm::Test::WriteTrackFile;
 
 namespace {
 
@@ -31,29 +28,25 @@ class MusicLibraryTest : public ::testing::Test {
   protected:
     QString trackFile(int rate = 48000, long long frames = 24000)
     {
-        const QString path =
-            QDir(mLibrary.scratch()).filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(++mFiles));
-        WriteTrackFile(path, rate, frames);
+        const QString path = scratch(QStringLiteral("TolmACTmpFile.%1.wav").arg(++mFiles));
+        Tolm::Test::WriteTrackFile(path, rate, frames);
         return path;
     }
+    QString scratch(const QString& name) const { return QDir(mLibrary.scratch()).filePath(name); }
 
-    MusicLibrary::TrackPtr addTagged(MusicLibrary& library, const QString& file, const QString& title,
-                                     const QString& number)
-    {
-        auto track = library.add(file);
-        library.setTags(track, {QStringLiteral("Artist"), QStringLiteral("Album"), title, number});
-        return track;
-    }
-
-    TemporaryLibrary mLibrary;
+    Tolm::Test::TemporaryLibrary mLibrary;
+    MusicLibrary mMusic{mLibrary.folder()};
     int mFiles = 0;
 };
+
+const TrackTags kSong{QStringLiteral("Artist"), QStringLiteral("Album"), QStringLiteral("Song"),
+                      QStringLiteral("3")};
 
 } // namespace
 
 TEST_F(MusicLibraryTest, AvailableOnlyWhileTheFolderIsThereAndWritable)
 {
-    const QString folder = QDir(mLibrary.scratch()).filePath(QStringLiteral("drive/Music"));
+    const QString folder = scratch(QStringLiteral("drive/Music"));
     MusicLibrary library(folder);
     EXPECT_THROW(library.checkAvailable(), LibraryError);
     EXPECT_THROW(library.trackCount(), LibraryError);
@@ -78,72 +71,64 @@ TEST_F(MusicLibraryTest, AvailableOnlyWhileTheFolderIsThereAndWritable)
                                      QFileDevice::ExeOwner);
         EXPECT_NO_THROW(library.checkAvailable());
     }
-}
 
-TEST_F(MusicLibraryTest, TheDefaultFolderIsMadeWhenItsParentExists)
-{
-    const QString home = QDir(mLibrary.scratch()).filePath(QStringLiteral("home"));
-    MusicLibrary missingHome(QDir(home).filePath(QStringLiteral("Music")), true);
-    EXPECT_THROW(missingHome.checkAvailable(), LibraryError);
+    // The default folder, unlike a chosen one, is made once its parent is there.
+    const QString home = scratch(QStringLiteral("home"));
+    MusicLibrary byDefault(QDir(home).filePath(QStringLiteral("Music")), true);
+    EXPECT_THROW(byDefault.checkAvailable(), LibraryError);
     ASSERT_TRUE(QDir().mkpath(home));
-    EXPECT_NO_THROW(missingHome.checkAvailable());
+    EXPECT_NO_THROW(byDefault.checkAvailable());
     EXPECT_TRUE(QFileInfo(QDir(home).filePath(QStringLiteral("Music"))).isDir());
 }
 
-TEST_F(MusicLibraryTest, AddConvertRemoveFilesATaggedTrackAndCountsIt)
+TEST_F(MusicLibraryTest, AddConvertRemoveFilesATaggedTrackAndNeverReplacesOne)
 {
-    MusicLibrary library(mLibrary.folder());
     const QString source = trackFile();
-    auto added = addTagged(library, source, QStringLiteral("Song"), QStringLiteral("3"));
-    EXPECT_TRUE(added->location.startsWith(library.intakeFolder() + QLatin1Char('/')));
+    auto added = mMusic.add(source);
+    mMusic.setTags(added, kSong);
+    EXPECT_TRUE(added->location.startsWith(mMusic.intakeFolder() + QLatin1Char('/')));
     EXPECT_TRUE(QFileInfo::exists(source)) << "add copies";
-    EXPECT_EQ(library.trackCount(), 1);
+    EXPECT_EQ(mMusic.trackCount(), 1);
 
-    auto filed = library.convert(added, ImportFormat::Flac);
-    EXPECT_EQ(filed->location, QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album/03 Song.flac")));
-    EXPECT_EQ(ReadTrackTags(filed->location), (TrackTags{QStringLiteral("Artist"), QStringLiteral("Album"),
-                                                         QStringLiteral("Song"), QStringLiteral("3")}));
-    EXPECT_EQ(library.trackCount(), 2);
+    const QDir album(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album")));
+    auto filed = mMusic.convert(added, ImportFormat::Flac);
+    EXPECT_EQ(filed->location, album.filePath(QStringLiteral("03 Song.flac")));
+    EXPECT_EQ(ReadTrackTags(filed->location), kSong);
+    EXPECT_EQ(mMusic.trackCount(), 2);
+    const auto again = mMusic.convert(added, ImportFormat::Flac);
+    EXPECT_EQ(again->location, album.filePath(QStringLiteral("03 Song (2).flac")));
+    EXPECT_GT(QFileInfo(filed->location).size(), 1000);
 
     // Taking the added track out leaves its intake copy for the caller to remove.
-    library.remove(added);
-    EXPECT_EQ(library.trackCount(), 1);
+    mMusic.remove(added);
+    EXPECT_EQ(mMusic.trackCount(), 2);
     EXPECT_TRUE(QFileInfo::exists(added->location));
-    EXPECT_THROW(library.remove(added), LibraryError);
-    EXPECT_THROW(library.convert(added, ImportFormat::Flac), LibraryError);
+    EXPECT_THROW(mMusic.remove(added), LibraryError);
+    EXPECT_THROW(mMusic.convert(added, ImportFormat::Flac), LibraryError);
 
     // A filed track is its file.
-    library.remove(filed);
+    mMusic.remove(filed);
     EXPECT_FALSE(QFileInfo::exists(filed->location));
-}
-
-TEST_F(MusicLibraryTest, NeverReplacesAFiledTrack)
-{
-    MusicLibrary library(mLibrary.folder());
-    auto added = addTagged(library, trackFile(), QStringLiteral("Same"), QStringLiteral("1"));
-    const auto first = library.convert(added, ImportFormat::Wav);
-    const auto second = library.convert(added, ImportFormat::Wav);
-    EXPECT_EQ(QFileInfo(first->location).fileName(), QStringLiteral("01 Same.wav"));
-    EXPECT_EQ(QFileInfo(second->location).fileName(), QStringLiteral("01 Same (2).wav"));
-    EXPECT_GT(QFileInfo(first->location).size(), 1000);
 }
 
 TEST_F(MusicLibraryTest, AFailedConversionLeavesNothingBehind)
 {
-    MusicLibrary library(mLibrary.folder());
-    const QString notAudio = QDir(mLibrary.scratch()).filePath(QStringLiteral("notes.wav"));
+    const QString notAudio = scratch(QStringLiteral("notes.wav"));
     QFile file(notAudio);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("this is not a sound file");
     file.close();
-    auto added = addTagged(library, notAudio, QStringLiteral("Broken"), QStringLiteral("1"));
-    EXPECT_THROW(library.convert(added, ImportFormat::Flac), LibraryError);
-    EXPECT_TRUE(FilesBelow(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album"))).isEmpty());
+    auto added = mMusic.add(notAudio);
+    mMusic.setTags(added, kSong);
+    EXPECT_THROW(mMusic.convert(added, ImportFormat::Flac), LibraryError);
+    EXPECT_TRUE(
+        Tolm::Test::FilesBelow(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album"))).isEmpty());
 }
 
-TEST_F(MusicLibraryTest, EveryFormatDecodesBackAtTheTracksRateAndLength)
+TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndDecodesBackAtTheTracksRateAndLength)
 {
-    MusicLibrary library(mLibrary.folder());
+    const QString emoji =
+        QString::fromUtf8("\xf0\x9f\x8e\xb8 Bj\xc3\xb6rk \xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x8e\xa4");
     for (const int rate : {44100, 48000}) {
         const long long frames = rate * 3 / 2;
         const QString source = trackFile(rate, frames);
@@ -154,23 +139,25 @@ TEST_F(MusicLibraryTest, EveryFormatDecodesBackAtTheTracksRateAndLength)
                 ADD_FAILURE() << "this libsndfile cannot encode " << ImportFormatName(format).toStdString();
                 continue;
             }
-            auto added = addTagged(library, source, ImportFormatName(format), QString::number(rate));
-            const auto filed = library.convert(added, format);
+            const TrackTags tags{emoji + QStringLiteral(" \"q\""), QStringLiteral("back\\slash\nnew line"),
+                                 ImportFormatName(format) + emoji, QString::number(rate / 1000)};
+            auto added = mMusic.add(source);
+            mMusic.setTags(added, tags);
+            const auto filed = mMusic.convert(added, format);
             EXPECT_EQ(QFileInfo(filed->location).suffix(), ImportFormatSuffix(format));
-            EXPECT_EQ(ReadTrackTags(filed->location)->title, ImportFormatName(format));
+            EXPECT_EQ(ReadTrackTags(filed->location), tags);
 
             const auto decoded = DecodeFile(filed->location);
             const int stored = StoredSampleRate(format, rate);
             EXPECT_EQ(decoded.sampleRate, stored);
             EXPECT_EQ(decoded.channels, 2);
-            const long long expected = frames * stored / rate;
             if (format == ImportFormat::Flac || format == ImportFormat::Wav) {
                 ASSERT_EQ(decoded.frames, frames);
                 for (size_t i = 0; i < decoded.samples.size(); ++i)
                     ASSERT_NEAR(decoded.samples[i], original.samples[i], 1e-6) << "sample " << i;
             } else {
                 // Lossy encoders pad to whole blocks, and resampling may round.
-                EXPECT_NEAR(double(decoded.frames), double(expected), 4096.0);
+                EXPECT_NEAR(double(decoded.frames), double(frames * stored / rate), 4096.0);
                 EXPECT_NEAR(Rms(decoded.samples), Rms(original.samples), 0.2 * Rms(original.samples));
             }
         }
