@@ -11,105 +11,84 @@ using Tolm::Capture::DemoRecordSide;
 
 namespace {
 
-// Plays the part of the controller: a track starts at every gap, the album end stops.
-struct SplitRecorder : GapDetector::Listener {
+// Plays the side through a gap detector, noting when its events come, its peak and the
+// power of 20 s of the first piece.
+struct Played : GapDetector::Listener {
     double now = 0.0;
-    std::vector<double> gaps;
-    std::vector<double> albumEnds;
-    void TrackSilenceStarted() override { gaps.push_back(now); }
-    void TrackSilenceEnded() override {}
-    void AlbumEnded() override { albumEnds.push_back(now); }
-};
-
-struct Played {
-    SplitRecorder events;
+    std::vector<double> gaps, albumEnds;
     float peak = 0.0f;
     double musicPower = 0.0;
     UInt64 musicFrames = 0;
-};
+    void TrackSilenceStarted() override { gaps.push_back(now); }
+    void TrackSilenceEnded() override {}
+    void AlbumEnded() override { albumEnds.push_back(now); }
 
-Played PlaySide(double rate, double seconds)
-{
-    DemoRecordSide side(rate);
-    Played played;
-    GapDetector detector(played.events, 44100);
-    detector.SetSampleRate(static_cast<unsigned>(rate));
-    constexpr UInt32 kBlock = 1024;
-    std::vector<float> left(kBlock), right(kBlock);
-    float* channels[] = {left.data(), right.data()};
-    const auto total = UInt64(seconds * rate);
-    const double musicStart = side.Piece(0).start + 5.0, musicEnd = musicStart + 20.0;
-    for (UInt64 done = 0; done < total; done += kBlock) {
-        EXPECT_EQ(side.Render(channels, 2, kBlock), kBlock);
-        for (UInt32 i = 0; i < kBlock; ++i) {
-            played.peak = std::max({played.peak, std::fabs(left[i]), std::fabs(right[i])});
-            const double t = double(done + i) / rate;
-            if (t >= musicStart && t < musicEnd) {
-                played.musicPower += double(left[i]) * left[i];
-                ++played.musicFrames;
+    Played(DemoRecordSide& side, double rate, double seconds)
+    {
+        GapDetector detector(*this, 44100);
+        detector.SetSampleRate(static_cast<unsigned>(rate));
+        constexpr UInt32 kBlock = 1024;
+        std::vector<float> left(kBlock), right(kBlock);
+        float* channels[] = {left.data(), right.data()};
+        const double musicStart = side.Piece(0).start + 5.0, musicEnd = musicStart + 20.0;
+        for (UInt64 done = 0; done < UInt64(seconds * rate); done += kBlock) {
+            EXPECT_EQ(side.Render(channels, 2, kBlock), kBlock);
+            for (UInt32 i = 0; i < kBlock; ++i) {
+                peak = std::max({peak, std::fabs(left[i]), std::fabs(right[i])});
+                const double t = double(done + i) / rate;
+                if (t >= musicStart && t < musicEnd) {
+                    musicPower += double(left[i]) * left[i];
+                    ++musicFrames;
+                }
             }
+            now = double(done + kBlock) / rate;
+            detector(left.data(), right.data(), kBlock);
         }
-        played.events.now = double(done + kBlock) / rate;
-        detector(left.data(), right.data(), kBlock);
     }
-    return played;
-}
+};
 
 } // namespace
 
-TEST(DemoRecordSide, LayoutIsSixPiecesWithShortGapsAndALongRunOut)
-{
-    DemoRecordSide side;
-    double end = side.Piece(0).start;
-    EXPECT_GT(end, 0.0);
-    for (int i = 0; i < DemoRecordSide::kPieceCount; ++i) {
-        const auto piece = side.Piece(i);
-        EXPECT_GE(piece.length, 20.0);
-        EXPECT_LE(piece.length, 90.0);
-        if (i > 0) {
-            EXPECT_GE(piece.start - end, 2.0);
-            EXPECT_LE(piece.start - end, 4.0);
-        }
-        end = piece.start + piece.length;
-    }
-    EXPECT_DOUBLE_EQ(side.RunOutStart(), end);
-    EXPECT_DOUBLE_EQ(side.SideLength(), end + 70.0);
-}
-
-// The point of the demo: live splitting must find exactly the six pieces and the album end.
+// The point of the demo: six pieces with short gaps and a long run-out, at a record's level,
+// that live splitting finds exactly, ending the album by itself.
 TEST(DemoRecordSide, GapDetectorSplitsItIntoSixTracksAndEndsTheAlbum)
 {
     for (double rate : {44100.0, 48000.0}) {
         SCOPED_TRACE(rate);
         DemoRecordSide side(rate);
-        const Played played = PlaySide(rate, side.SideLength() + 5.0);
-
-        // A gap after each piece: five between pieces, one into the run-out.
-        ASSERT_EQ(played.events.gaps.size(), 6u);
-        for (int i = 0; i < 6; ++i) {
+        double end = side.Piece(0).start;
+        EXPECT_GT(end, 0.0);
+        for (int i = 0; i < DemoRecordSide::kPieceCount; ++i) {
             const auto piece = side.Piece(i);
-            const double pieceEnd = piece.start + piece.length;
+            EXPECT_GE(piece.length, 20.0);
+            EXPECT_LE(piece.length, 90.0);
+            if (i > 0) {
+                EXPECT_GE(piece.start - end, 2.0);
+                EXPECT_LE(piece.start - end, 4.0);
+            }
+            end = piece.start + piece.length;
+        }
+        EXPECT_DOUBLE_EQ(side.RunOutStart(), end);
+        EXPECT_DOUBLE_EQ(side.SideLength(), end + 70.0);
+
+        const Played played(side, rate, side.SideLength() + 5.0);
+        EXPECT_LT(played.peak, 0.9f);
+        EXPECT_GT(played.peak, 0.3f);
+        const double rmsDb = 10.0 * std::log10(played.musicPower / double(played.musicFrames));
+        EXPECT_GT(rmsDb, -26.0);
+        EXPECT_LT(rmsDb, -12.0);
+        // A gap after each piece: five between pieces, one into the run-out.
+        ASSERT_EQ(played.gaps.size(), 6u);
+        for (int i = 0; i < 6; ++i) {
             const double nextStart = i < 5 ? side.Piece(i + 1).start : side.RunOutStart() + 10.0;
-            EXPECT_GT(played.events.gaps[size_t(i)], pieceEnd - 1.0) << "gap " << i;
-            EXPECT_LT(played.events.gaps[size_t(i)], nextStart) << "gap " << i;
+            EXPECT_GT(played.gaps[size_t(i)], side.Piece(i).start + side.Piece(i).length - 1.0) << "gap " << i;
+            EXPECT_LT(played.gaps[size_t(i)], nextStart) << "gap " << i;
         }
         // Album end once, 60.5 s of quiet after the last piece, well inside the run-out.
-        ASSERT_EQ(played.events.albumEnds.size(), 1u);
-        const double lastEnd = side.Piece(5).start + side.Piece(5).length;
-        EXPECT_GT(played.events.albumEnds[0], lastEnd + 58.0);
-        EXPECT_LT(played.events.albumEnds[0], side.SideLength());
+        ASSERT_EQ(played.albumEnds.size(), 1u);
+        EXPECT_GT(played.albumEnds[0], end + 58.0);
+        EXPECT_LT(played.albumEnds[0], side.SideLength());
     }
-}
-
-TEST(DemoRecordSide, PlaysAtARecordsLevelWithoutClipping)
-{
-    DemoRecordSide side;
-    const Played played = PlaySide(44100.0, side.Piece(0).start + 30.0);
-    EXPECT_LT(played.peak, 0.9f);
-    EXPECT_GT(played.peak, 0.3f);
-    const double rmsDb = 10.0 * std::log10(played.musicPower / double(played.musicFrames));
-    EXPECT_GT(rmsDb, -26.0);
-    EXPECT_LT(rmsDb, -12.0);
 }
 
 TEST(DemoRecordSide, SameSideEveryTimeAndDropNeedleStartsOver)

@@ -33,8 +33,16 @@ struct Block {
     CABufferList list;
 };
 
+std::vector<float> Tone(float hz, float amplitude, std::size_t frames, std::size_t from = 0)
+{
+    std::vector<float> v(frames);
+    for (std::size_t i = 0; i < frames; ++i)
+        v[i] = amplitude * std::sin(2.0f * float(M_PI) * hz * float(from + i) / 44100.0f);
+    return v;
+}
+
 // Meters, equaliser and detector are process-wide: every case starts from a clean slate.
-class InputChain : public ::testing::Test {
+class InputChain : public ::testing::Test, public GapEventReceiver {
   protected:
     void SetUp() override { Clean(); }
     void TearDown() override { Clean(); }
@@ -46,33 +54,31 @@ class InputChain : public ::testing::Test {
         filter.Set(AudioFilter::NoFilter);
         gapDetector.store(nullptr);
     }
+    void trackGapDetected() override { ++gaps; }
+    void albumEndDetected() override { ++albumEnds; }
+
+    int gaps = 0;
+    int albumEnds = 0;
+    GapDetectorListener listener{*this};
+    GapDetector detector{listener, 44100};
 };
 
-TEST_F(InputChain, MetersTheAbsolutePeakBeforeTheEqualiser)
+TEST_F(InputChain, MetersHoldTheAbsolutePeakTakenBeforeTheEqualiser)
 {
     filter.Set(AudioFilter::ChromeFilter);
-    Block block({{0.25f, -0.5f, 0.1f, 0.3f}, {0.2f, 0.1f, -0.05f, 0.15f}});
-    const auto original = block.samples;
-    InputProcCallback(block.List(), block.Frames(), 0);
-
-    EXPECT_EQ(ssVUMaxL.load(), 0.5f); // the negative peak, as an absolute value
-    EXPECT_EQ(ssVUMaxR.load(), 0.2f);
-    EXPECT_EQ(GetVUMax(), 0.5f);
-    EXPECT_NE(block.samples, original); // equalised in place, after metering
-}
-
-TEST_F(InputChain, PeaksHoldUntilReadAndTheRecordingPeakUntilReset)
-{
-    Block loud({{0.8f, 0.1f}, {0.1f, -0.9f}});
-    InputProcCallback(loud.List(), 2, 0);
+    Block loud({{0.25f, -0.8f, 0.1f, 0.3f}, {0.2f, 0.1f, -0.05f, 0.15f}});
+    const auto original = loud.samples;
+    InputProcCallback(loud.List(), loud.Frames(), 0);
+    EXPECT_NE(loud.samples, original); // equalised in place, after metering
     Block quiet({{0.2f, 0.1f}, {0.1f, 0.3f}});
     InputProcCallback(quiet.List(), 2, 512);
 
-    EXPECT_EQ(GetVUMaxL(), 0.8f);
+    EXPECT_EQ(ssVUMaxR.load(), 0.3f);
+    EXPECT_EQ(GetVUMaxL(), 0.8f); // the negative peak, as an absolute value
     EXPECT_EQ(GetVUMaxL(), 0.0f); // read and cleared
-    EXPECT_EQ(GetVUMaxR(), 0.9f);
-    EXPECT_EQ(GetVUMax(), 0.9f);
-    EXPECT_EQ(GetVUMax(), 0.9f); // not cleared by reading
+    EXPECT_EQ(GetVUMaxR(), 0.3f);
+    EXPECT_EQ(GetVUMax(), 0.8f);
+    EXPECT_EQ(GetVUMax(), 0.8f); // not cleared by reading
     ResetVUMax();
     EXPECT_EQ(GetVUMax(), 0.0f);
 
@@ -86,15 +92,8 @@ TEST_F(InputChain, PeaksHoldUntilReadAndTheRecordingPeakUntilReset)
 
 TEST_F(InputChain, AMonoListIsMeteredOnItsOneBufferOnlyAndNeitherEqualisedNorAnalysed)
 {
-    struct Quiet : GapEventReceiver {
-        void trackGapDetected() override {}
-        void albumEndDetected() override {}
-    } receiver;
-    GapDetectorListener listener(receiver);
-    GapDetector detector(listener, 44100);
     gapDetector.store(&detector);
     filter.Set(AudioFilter::RIAAFilter);
-
     Block mono({std::vector<float>{0.4f, -0.6f, 0.2f}});
     const auto original = mono.samples;
     InputProcCallback(mono.List(), 3, 0);
@@ -111,76 +110,50 @@ TEST_F(InputChain, AMonoListIsMeteredOnItsOneBufferOnlyAndNeitherEqualisedNorAna
 
 TEST_F(InputChain, TheGapDetectorHearsTheEqualisedSignal)
 {
-    struct Quiet : GapEventReceiver {
-        void trackGapDetected() override {}
-        void albumEndDetected() override {}
-    } receiver;
-    GapDetectorListener listener(receiver);
-    GapDetector throughChain(listener, 44100);
-    GapDetector direct(listener, 44100);
-
     // Half a second of a 2 kHz tone: one analysis frame.
-    std::vector<float> tone(22050);
-    for (std::size_t i = 0; i < tone.size(); ++i)
-        tone[i] = 0.5f * std::sin(2.0f * float(M_PI) * 2000.0f * float(i) / 44100.0f);
-
+    const auto tone = Tone(2000.0f, 0.5f, 22050);
     filter.Set(AudioFilter::ChromeFilter);
-    gapDetector.store(&throughChain);
+    gapDetector.store(&detector);
     Block block({tone, tone});
     InputProcCallback(block.List(), block.Frames(), 0);
 
     AudioFilter reference;
     reference.Set(AudioFilter::ChromeFilter);
+    GapDetector direct(listener, 44100);
     std::vector<float> left = tone, right = tone;
     reference(left.data(), right.data(), left.size());
     direct(left.data(), right.data(), left.size());
-
-    ASSERT_EQ(throughChain.levels.size(), 1u);
+    ASSERT_EQ(detector.levels.size(), 1u);
     ASSERT_EQ(direct.levels.size(), 1u);
-    EXPECT_EQ(throughChain.levels[0], direct.levels[0]);
+    EXPECT_EQ(detector.levels[0], direct.levels[0]);
 }
 
 TEST_F(InputChain, AGapAfterMusicReachesTheControllerAsTrackGapDetected)
 {
-    struct Counting : GapEventReceiver {
-        void trackGapDetected() override { ++gaps; }
-        void albumEndDetected() override { ++albumEnds; }
-        int gaps = 0;
-        int albumEnds = 0;
-    } receiver;
-    GapDetectorListener listener(receiver);
-    GapDetector detector(listener, 44100);
     gapDetector.store(&detector);
-
     // Loud 500 Hz for 11 s leaves the initial silence, 2.5 s of silence makes a gap.
-    const unsigned long blockFrames = 512;
-    std::vector<float> left(blockFrames), right(blockFrames);
-    unsigned long frame = 0;
+    std::size_t frame = 0;
     auto feed = [&](double seconds, float amplitude) {
-        const auto end = frame + static_cast<unsigned long>(seconds * 44100);
-        while (frame < end) {
-            for (unsigned long i = 0; i < blockFrames; ++i, ++frame)
-                left[i] = right[i] =
-                    amplitude * std::sin(2.0f * float(M_PI) * 500.0f * float(frame) / 44100.0f);
-            Block block({left, right});
-            InputProcCallback(block.List(), blockFrames, static_cast<long long>(frame));
+        for (const auto end = frame + std::size_t(seconds * 44100); frame < end; frame += 512) {
+            const auto wave = Tone(500.0f, amplitude, 512, frame);
+            Block block({wave, wave});
+            InputProcCallback(block.List(), 512, static_cast<long long>(frame));
         }
     };
     feed(11.0, 0.8f);
-    EXPECT_EQ(receiver.gaps, 0);
+    EXPECT_EQ(gaps, 0);
     feed(2.5, 0.0f);
-    EXPECT_EQ(receiver.gaps, 1);
-    EXPECT_EQ(receiver.albumEnds, 0);
+    EXPECT_EQ(gaps, 1);
+    EXPECT_EQ(albumEnds, 0);
 }
 
 TEST(GainStage, UnityPassesBitForBitAndOnlyThePositiveSideIsClamped)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    Block unity({std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}});
+    const std::vector<float> odd{0.75f, -0.0f, 1.5f, -3.0f, nan};
+    Block unity({odd});
     Tolm::Platform::ApplyInputGain(*unity.List(), 1.0f);
-    EXPECT_EQ(
-        std::memcmp(unity.samples[0].data(), std::vector<float>{0.75f, -0.0f, 1.5f, -3.0f, nan}.data(), 20),
-        0);
+    EXPECT_EQ(std::memcmp(unity.samples[0].data(), odd.data(), odd.size() * sizeof(float)), 0);
 
     Block doubled({{0.75f, -0.75f, 0.25f}, {-0.6f, 0.6f, 0.0f}});
     Tolm::Platform::ApplyInputGain(*doubled.List(), 2.0f);
@@ -196,9 +169,9 @@ TEST(GainStage, UnityPassesBitForBitAndOnlyThePositiveSideIsClamped)
     EXPECT_NEAR(six.samples[0][1], -1.596f, 0.001f);
 
     // A NaN factor is not 1.0: the stage runs, and the clamp catches the NaN products.
-    Block odd({std::vector<float>{0.5f}});
-    Tolm::Platform::ApplyInputGain(*odd.List(), nan);
-    EXPECT_EQ(odd.samples[0][0], 1.0f);
+    Block half({std::vector<float>{0.5f}});
+    Tolm::Platform::ApplyInputGain(*half.List(), nan);
+    EXPECT_EQ(half.samples[0][0], 1.0f);
 }
 
 } // namespace

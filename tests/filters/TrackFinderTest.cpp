@@ -9,34 +9,29 @@ using Track = GapDetector::TrackItem;
 
 namespace {
 
-struct Quiet : GapDetector::Listener {
-    void TrackSilenceStarted() override {}
-    void TrackSilenceEnded() override {}
-    void AlbumEnded() override {}
-};
-
 constexpr float kSong = 1000.0f;
 constexpr float kNothing = 0.0f;
 using Spans = std::vector<std::pair<float, float>>;
 
 // A detector whose frame levels read like a side made of (level, seconds) pieces.
-class Side {
-public:
-    explicit Side(unsigned rate = 44100) : detector(listener, 0) { detector.SetSampleRate(rate); }
+struct Side : GapDetector::Listener {
+    GapDetector detector{*this, 0};
+    explicit Side(unsigned rate = 44100) { detector.SetSampleRate(rate); }
+    void TrackSilenceStarted() override {}
+    void TrackSilenceEnded() override {}
+    void AlbumEnded() override {}
 
     Side& Add(float level, float seconds)
     {
         detector.levels.insert(detector.levels.end(), std::size_t(seconds * 2), level);
         return *this;
     }
-
     std::vector<Track> Tracks()
     {
         std::vector<Track> tracks;
         detector.FindTracks(tracks);
         return tracks;
     }
-
     Spans TrackSpans()
     {
         Spans spans;
@@ -44,31 +39,23 @@ public:
             spans.emplace_back(t.start, t.start + t.duration);
         return spans;
     }
-
-    Quiet listener;
-    GapDetector detector;
 };
 
 } // namespace
 
 TEST(FindTracks, AnEmptyQuietOrUnbrokenRecording)
 {
-    Side empty;
     std::vector<Track> tracks{{1, 2, 3, 4}};
-    empty.detector.FindTracks(tracks);
+    Side().detector.FindTracks(tracks);
     EXPECT_EQ(tracks.size(), 1u);  // appends, never clears
 
     Side quiet;
-    quiet.Add(kNothing, 30);
-    const auto q = quiet.Tracks();
+    const auto q = quiet.Add(kNothing, 30).Tracks();
     ASSERT_EQ(q.size(), 1u);
     EXPECT_EQ(std::tie(q[0].start, q[0].duration, q[0].startSample, q[0].lengthSamples),
               std::make_tuple(0.0f, 30.0f, 0, 30 * 44100));
     EXPECT_TRUE(quiet.detector.levels.empty());
-
-    Side loud;
-    loud.Add(kSong, 100);
-    EXPECT_EQ(loud.TrackSpans(), (Spans{{0, 100}}));
+    EXPECT_EQ(Side().Add(kSong, 100).TrackSpans(), (Spans{{0, 100}}));
 }
 
 TEST(FindTracks, SplitsInTheMiddleOfEachGapAndKeepsFiveSecondsOfRunOut)
@@ -81,30 +68,23 @@ TEST(FindTracks, SplitsInTheMiddleOfEachGapAndKeepsFiveSecondsOfRunOut)
     EXPECT_EQ(std::tie(tracks[1].start, tracks[1].duration), std::make_tuple(65.0f, 55.5f));
     EXPECT_EQ(std::tie(tracks[1].startSample, tracks[1].lengthSamples), std::make_tuple(65 * 48000, 2664000));
     EXPECT_EQ(tracks[2].start + tracks[2].duration, 209.0f);
-
-    Side shortRunOut;
-    shortRunOut.Add(kSong, 60).Add(kNothing, 3);
-    EXPECT_EQ(shortRunOut.TrackSpans(), (Spans{{0, 63}}));
+    EXPECT_EQ(Side().Add(kSong, 60).Add(kNothing, 3).TrackSpans(), (Spans{{0, 63}}));
 }
 
-TEST(FindTracks, GapsUnderOneAndAHalfSecondsAndSoundsUnderTenAreAbsorbed)
+TEST(FindTracks, ShortGapsAndSoundsAreAbsorbedAndShortEndsAreLeadInAndRunOut)
 {
+    // Gaps under 1.5 s and sounds under 10 s do not make tracks.
     EXPECT_EQ(Side().Add(kSong, 60).Add(kNothing, 1.5f).Add(kSong, 60).TrackSpans(),
               (Spans{{0, 60.75f}, {60.75f, 121.5f}}));
     EXPECT_EQ(Side().Add(kSong, 60).Add(kNothing, 1).Add(kSong, 60).TrackSpans(), (Spans{{0, 121}}));
-
     EXPECT_EQ(Side().Add(kSong, 60).Add(kNothing, 5).Add(kSong, 10).Add(kNothing, 5).Add(kSong, 60).TrackSpans(),
               (Spans{{0, 62.5f}, {62.5f, 77.5f}, {77.5f, 140}}));
     EXPECT_EQ(Side().Add(kSong, 60).Add(kNothing, 10).Add(kSong, 9.5f).Add(kNothing, 10).Add(kSong, 60).TrackSpans(),
               (Spans{{0, 74.75f}, {74.75f, 149.5f}}));
-}
-
-TEST(FindTracks, SoundBeforeTheFirstAndAfterTheLastLongSongIsLeadInAndRunOut)
-{
-    Side side;
-    side.Add(kSong, 12).Add(kNothing, 5).Add(kSong, 60).Add(kNothing, 4).Add(kSong, 60).Add(kNothing, 5)
-        .Add(kSong, 15).Add(kNothing, 2);
-    EXPECT_EQ(side.TrackSpans(), (Spans{{0, 79}, {79, 146}}));
+    // Sound before the first and after the last long song belongs to it.
+    EXPECT_EQ(Side().Add(kSong, 12).Add(kNothing, 5).Add(kSong, 60).Add(kNothing, 4).Add(kSong, 60)
+                  .Add(kNothing, 5).Add(kSong, 15).Add(kNothing, 2).TrackSpans(),
+              (Spans{{0, 79}, {79, 146}}));
 }
 
 TEST(FindTracks, ANoisySideRaisesTheThreshold)
@@ -122,12 +102,9 @@ TEST(FindTracks, ANoisySideRaisesTheThreshold)
 
 TEST(FindTracks, ZonesAlternateAndKnowTheirNeighbours)
 {
-    using Zone = GapDetector::ZoneItem;
-    std::vector<Zone> zones = {{GapDetector::Sound, 0, 0, 0},
-                               {GapDetector::Sound, 5, 0, 0},
-                               {GapDetector::Silence, 8, 0, 0},
-                               {GapDetector::Silence, 9, 0, 0},
-                               {GapDetector::Sound, 12, 0, 0}};
+    std::vector<GapDetector::ZoneItem> zones = {{GapDetector::Sound, 0, 0, 0},    {GapDetector::Sound, 5, 0, 0},
+                                                {GapDetector::Silence, 8, 0, 0},  {GapDetector::Silence, 9, 0, 0},
+                                                {GapDetector::Sound, 12, 0, 0}};
     GapDetector::CleanupZones(zones, 20.0f);
     ASSERT_EQ(zones.size(), 3u);
     EXPECT_EQ(std::tie(zones[1].type, zones[1].start, zones[1].duration, zones[1].previousDuration),
