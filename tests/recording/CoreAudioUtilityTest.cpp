@@ -7,57 +7,48 @@
 #include "platform/CAPThread.h"
 #include "platform/CAXException.h"
 
+#include "RecordingTestSupport.h"
+
 #include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <functional>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 namespace {
 
-bool PollUntil(const std::function<bool()>& condition,
-               std::chrono::seconds timeout = std::chrono::seconds(20))
+TEST(CAXException, FormatsPrintableCodesQuotedElseSignedDecimalAndCutsLongTexts)
 {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
+    const std::pair<OSStatus, std::string> cases[] = {
+        {OSStatus(FourCC("wht?")), "'wht?'"},
+        {OSStatus(FourCC(" ok~")), "' ok~'"},
+        {-43, "-43"},
+        // One unprintable byte anywhere is enough for decimal: DEL, a control byte, bit 7.
+        {0x6162637F, std::to_string(0x6162637F)},
+        {0x0A626364, std::to_string(0x0A626364)},
+        {OSStatus(0xE1626364u), std::to_string(OSStatus(0xE1626364u))},
+    };
+    for (const auto& [status, text] : cases)
+        EXPECT_EQ(CAXException::FormatError(status), text);
 
-TEST(CAXException, FormatsPrintableCodesQuotedAndEverythingElseAsSignedDecimal)
-{
-    EXPECT_EQ(CAXException::FormatError(OSStatus(FourCC("wht?"))), "'wht?'");
-    EXPECT_EQ(CAXException::FormatError(OSStatus(FourCC(" ok~"))), "' ok~'");
-    EXPECT_EQ(CAXException::FormatError(-43), "-43");
-    EXPECT_EQ(CAXException::FormatError(-66565), "-66565");
-    // One unprintable byte anywhere is enough for decimal: DEL, a control byte, bit 7.
-    EXPECT_EQ(CAXException::FormatError(0x6162637F), std::to_string(0x6162637F));
-    EXPECT_EQ(CAXException::FormatError(0x0A626364), std::to_string(0x0A626364));
-    EXPECT_EQ(CAXException::FormatError(OSStatus(0xE1626364u)), std::to_string(OSStatus(0xE1626364u)));
-}
-
-TEST(CAXException, CutsTheOperationTextAt255Characters)
-{
     const std::string longText(300, 'x');
-    const CAXException e(longText.c_str(), 7);
-    EXPECT_EQ(std::string(e.Operation()), longText.substr(0, 255));
-    EXPECT_EQ(e.GetError(), 7);
+    EXPECT_EQ(std::string(CAXException(longText.c_str(), 7).Operation()), longText.substr(0, 255));
     EXPECT_STREQ(CAXException("create audio file", -48).what(), "create audio file");
 }
 
-TEST(CAGuard, NestedLockIsHarmlessAndOnlyTheOwnerUnlocks)
+TEST(CAGuard, NestedLockIsHarmlessAndOnlyTheOwnerUnlocksOrWaits)
 {
     CAGuard guard("test guard");
+    try {
+        guard.Wait();
+        FAIL() << "a wait without the mutex must throw";
+    } catch (const CAException& e) {
+        EXPECT_EQ(e.GetError(), EPERM);
+    }
+    EXPECT_THROW(guard.WaitFor(1000), CAException);
+
     EXPECT_TRUE(guard.Lock());
     EXPECT_FALSE(guard.Lock()); // already ours
-    EXPECT_TRUE(guard.IsOwnedByCurrentThread());
-
     bool otherTook = true;
     std::thread other([&] {
         guard.Unlock(); // not the owner: nothing happens
@@ -67,7 +58,6 @@ TEST(CAGuard, NestedLockIsHarmlessAndOnlyTheOwnerUnlocks)
     other.join();
     EXPECT_FALSE(otherTook);
     EXPECT_TRUE(guard.IsOwnedByCurrentThread());
-
     guard.Unlock();
     EXPECT_TRUE(guard.IsFree());
     {
@@ -80,30 +70,14 @@ TEST(CAGuard, NestedLockIsHarmlessAndOnlyTheOwnerUnlocks)
     EXPECT_TRUE(guard.IsFree());
 }
 
-TEST(CAGuard, WaitIsForTheOwnerOnly)
-{
-    CAGuard guard("test guard");
-    try {
-        guard.Wait();
-        FAIL() << "a wait without the mutex must throw";
-    } catch (const CAException& e) {
-        EXPECT_EQ(e.GetError(), EPERM);
-    }
-    EXPECT_THROW(guard.WaitFor(1000), CAException);
-}
-
 struct ThreadProbe {
     std::atomic<int> value{0};
-    bool shouldThrow = false;
 };
 
 void* ProbeEntry(void* parameter)
 {
-    auto* probe = static_cast<ThreadProbe*>(parameter);
-    probe->value = 42;
-    if (probe->shouldThrow)
-        throw std::runtime_error("swallowed");
-    return nullptr;
+    static_cast<ThreadProbe*>(parameter)->value = 42;
+    throw std::runtime_error("swallowed");
 }
 
 TEST(CAPThread, FixedPriority63AlwaysAppliesSoTheEntryRunsAndItsExceptionsAreSwallowed)
@@ -111,7 +85,6 @@ TEST(CAPThread, FixedPriority63AlwaysAppliesSoTheEntryRunsAndItsExceptionsAreSwa
     // A scheduling that fails would end the thread before its entry: the buffer queue's
     // work thread would then never write a file.
     ThreadProbe probe;
-    probe.shouldThrow = true;
     CAPThread thread(&ProbeEntry, &probe, CAPThread::kMaxThreadPriority, true, "test-thread");
     thread.Start();
     ASSERT_TRUE(PollUntil([&] { return !thread.IsRunning(); }));
@@ -120,32 +93,23 @@ TEST(CAPThread, FixedPriority63AlwaysAppliesSoTheEntryRunsAndItsExceptionsAreSwa
 
 TEST(CABufferList, AllocateSpacesTwoOrMoreBuffersAndKeepsTheRequestedSize)
 {
-    const auto format = CAStreamBasicDescription::Float32(44100, 2, false);
-    auto list = CABufferList::New("test", format);
+    auto list = CABufferList::New("test", CAStreamBasicDescription::Float32(44100, 2, false));
     ASSERT_EQ(list->GetNumberBuffers(), 2u);
     EXPECT_EQ(list->GetBuffer(0).mData, nullptr);
-
-    list->AllocateBuffers(131072);
-    EXPECT_EQ(list->GetAllocatedBytesPerBuffer(), 131088u);
-    for (UInt32 i = 0; i < 2; ++i) {
-        EXPECT_EQ(list->GetBuffer(i).mDataByteSize, 131072u);
-        EXPECT_EQ(list->GetBuffer(i).mNumberChannels, 1u);
-        const auto* bytes = static_cast<const unsigned char*>(list->GetBuffer(i).mData);
-        for (UInt32 b = 0; b < 131072; b += 4093)
-            ASSERT_EQ(bytes[b], 0);
+    // Several buffers: rounded down to 16, plus 16, with bit 4 set.
+    for (const auto& [request, spacing] : {std::pair<UInt32, UInt32>{131072, 131088}, {100, 112}, {40, 48}, {0, 16}}) {
+        list->AllocateBuffers(request);
+        EXPECT_EQ(list->GetAllocatedBytesPerBuffer(), spacing);
+        EXPECT_EQ(static_cast<std::byte*>(list->GetBuffer(1).mData) - static_cast<std::byte*>(list->GetBuffer(0).mData),
+                  std::ptrdiff_t(spacing));
+        for (UInt32 i = 0; i < 2; ++i) {
+            EXPECT_EQ(list->GetBuffer(i).mDataByteSize, request);
+            EXPECT_EQ(list->GetBuffer(i).mNumberChannels, 1u);
+            const auto* bytes = static_cast<const unsigned char*>(list->GetBuffer(i).mData);
+            for (UInt32 b = 0; b < request; b += 4093)
+                ASSERT_EQ(bytes[b], 0);
+        }
     }
-    EXPECT_EQ(static_cast<std::byte*>(list->GetBuffer(1).mData) -
-                  static_cast<std::byte*>(list->GetBuffer(0).mData),
-              131088);
-
-    // Bit 4 set after clearing the low bits and adding 16.
-    list->AllocateBuffers(100); // (96 + 16) | 16
-    EXPECT_EQ(list->GetAllocatedBytesPerBuffer(), 112u);
-    list->AllocateBuffers(40); // (32 + 16) | 16
-    EXPECT_EQ(list->GetAllocatedBytesPerBuffer(), 48u);
-    list->AllocateBuffers(0);
-    EXPECT_EQ(list->GetAllocatedBytesPerBuffer(), 16u);
-
     // One buffer: exactly what was asked.
     auto interleaved = CABufferList::New("one", CAStreamBasicDescription::Float32(44100, 2, true));
     interleaved->AllocateBuffers(100);
