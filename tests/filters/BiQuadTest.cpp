@@ -28,6 +28,11 @@ TEST(BiQuad, FollowsTheDifferenceEquationRoundingEverySampleWhateverTheBlocks)
     const float y2 = float(0.3 - -0.5 * double(y1) - 0.25 * double(y0));
     const float y3 = float(0.0 - -0.5 * double(y2) - 0.25 * double(y1));
     EXPECT_EQ((std::vector<float>(x, x + 4)), (std::vector<float>{y0, y1, y2, y3}));
+    // A copy takes the coefficients but starts from silence.
+    BiQuad copy(q);
+    float one = 1.0f;
+    copy(&one, 1);
+    EXPECT_EQ(one, y0);
 
     auto in = Noise(5000, 1);
     in[10] = 1e-40f;  // denormals pass as they are
@@ -49,15 +54,11 @@ TEST(BiQuad, FollowsTheDifferenceEquationRoundingEverySampleWhateverTheBlocks)
     EXPECT_EQ(out, expected);
 }
 
-TEST(BiQuad, CopiesAndResetStartFromSilence)
+TEST(BiQuad, AssignmentAndResetStartFromSilence)
 {
-    BiQuad a(0.3, -0.2, 0.1, -0.4, 0.2);
+    BiQuad a(0.3, -0.2, 0.1, -0.4, 0.2), c(1, 0, 0, 0, 0);
     auto warm = Noise(64, 2);
     a(warm.data(), warm.size());
-    BiQuad b(a), c(1, 0, 0, 0, 0);
-    float one = 1.0f;
-    b(&one, 1);
-    EXPECT_EQ(one, float(a.b0));
     c = a;
     EXPECT_EQ(c.a2, a.a2);
     EXPECT_EQ(c.y1, 0.0f);
@@ -81,23 +82,16 @@ TEST(BiQuad, DesignedCoefficientsAreExact)
                                    -0x1.50a267ef9dad9p+0, 0x1.fbbcaee6c7071p-2}));
 }
 
+// The types the exact check above leaves out, by their response; shelves ignore the bandwidth.
 TEST(BiQuad, EachTypeHasItsResponseAndUnknownTypesAreRefused)
 {
-    EXPECT_NEAR(GainDb(BiQuad(BiQuad::LowPass, 0, 1000, 44100, 1), 0), 0.0, 1e-9);
-    EXPECT_LT(GainDb(BiQuad(BiQuad::LowPass, 0, 1000, 44100, 1), 10000), -35.0);
-    EXPECT_NEAR(GainDb(BiQuad(BiQuad::HighPass, 0, 1000, 44100, 1), 22050), 0.0, 1e-9);
     EXPECT_LT(GainDb(BiQuad(BiQuad::HighPass, 0, 1000, 44100, 1), 50), -45.0);
+    EXPECT_NEAR(GainDb(BiQuad(BiQuad::HighPass, 0, 1000, 44100, 1), 22050), 0.0, 1e-9);
     EXPECT_NEAR(GainDb(BiQuad(BiQuad::BandPass, 0, 1000, 44100, 1), 1000), 0.0, 1e-9);
     EXPECT_LT(GainDb(BiQuad(BiQuad::Notch, 0, 1000, 44100, 1), 1000), -200.0);
     EXPECT_NEAR(GainDb(BiQuad(BiQuad::Peaking, 6, 1000, 44100, 1), 1000), 6.0, 1e-9);
-    EXPECT_NEAR(GainDb(BiQuad(BiQuad::LowShelf, 6, 200, 44100, 1), 200), 3.0, 0.05);
     EXPECT_NEAR(GainDb(BiQuad(BiQuad::HighShelf, -6, 4000, 44100, 1), 22050), -6.0, 1e-9);
-    const BiQuad flat(BiQuad::Peaking, 0, 1000, 44100, 2);
-    EXPECT_EQ(flat.b0, 1.0);
-    EXPECT_EQ(flat.b2, flat.a2);
-    // Shelves ignore the bandwidth.
     EXPECT_EQ(BiQuad(BiQuad::HighShelf, -6, 4000, 44100, 5).a1, BiQuad(BiQuad::HighShelf, -6, 4000, 44100, 1).a1);
-
     try {
         BiQuad q(static_cast<BiQuad::Type>(7), 0, 1000, 44100, 1);
         FAIL() << "no exception";

@@ -109,20 +109,17 @@ TEST(GapDetector, FixedPointDesignMixAndFilterStep)
     EXPECT_EQ(big.frameSum, 42236);
     wrap.ApplyFilter(20000000);  // 173 x 20000000 wraps in 32 bits
     EXPECT_EQ(wrap.filterParams.y1, -101925);
-}
 
-TEST(GapDetector, FrameLevelTakesTheMeanFromTheFullSum)
-{
-    Rig r;
-    r.d.frameLength = 4;
+    // A frame's level is the mean from the full 32-bit sum, not from the 16-bit samples.
+    n.frameLength = 4;
     const std::int16_t samples[] = {100, -100, 100, -100};
-    std::copy(std::begin(samples), std::end(samples), r.d.frame.get());
-    r.d.frameSum = 40000;  // the 32-bit outputs need not match the 16-bit ones
-    EXPECT_EQ(r.d.CalcAAMFrame(), 10000.0f);
-    r.d.frameSum = 0;
-    EXPECT_EQ(r.d.CalcAAMFrame(), 100.0f);
-    r.d.frameLength = 0;
-    EXPECT_TRUE(std::isnan(r.d.CalcAAMFrame()));
+    std::copy(std::begin(samples), std::end(samples), n.frame.get());
+    n.frameSum = 40000;
+    EXPECT_EQ(n.CalcAAMFrame(), 10000.0f);
+    n.frameSum = 0;
+    EXPECT_EQ(n.CalcAAMFrame(), 100.0f);
+    n.frameLength = 0;
+    EXPECT_TRUE(std::isnan(n.CalcAAMFrame()));
 }
 
 // Digital silence, and a tone too soft to ever count as sound (no frame has reached 500).
@@ -238,8 +235,7 @@ TEST(GapDetector, BlocksOfAnySizeAnalyseLikeOneSampleAtATime)
     std::normal_distribution<float> noise(0.0f, 1.0f);
     for (std::size_t i = 0; i < n; ++i) {
         const float envelope = (i / 30000) % 3 == 0 ? 0.0005f : 0.6f;
-        l[i] = envelope * noise(rng);
-        r[i] = envelope * noise(rng);
+        l[i] = envelope * noise(rng), r[i] = envelope * noise(rng);
     }
     Rig a, b;
     GapDetector &plain = a.d, &blocks = b.d;

@@ -12,10 +12,9 @@ using Tolm::Test::GainDb;
 
 TEST(RIAA, MapsTheFourRatesAndRefusesOthers)
 {
-    EXPECT_EQ(RIAA::ToSampleRate(44100), RIAA::Rate44100);
-    EXPECT_EQ(RIAA::ToSampleRate(48000), RIAA::Rate48000);
-    EXPECT_EQ(RIAA::ToSampleRate(88200), RIAA::Rate88200);
-    EXPECT_EQ(RIAA::ToSampleRate(96000), RIAA::Rate96000);
+    for (const auto& [hz, row] : {std::pair{44100u, RIAA::Rate44100}, std::pair{48000u, RIAA::Rate48000},
+                                  std::pair{88200u, RIAA::Rate88200}, std::pair{96000u, RIAA::Rate96000}})
+        EXPECT_EQ(RIAA::ToSampleRate(hz), row);
     for (unsigned hz : {0u, 22050u, 44101u, 192000u}) {
         try {
             RIAA::ToSampleRate(hz);
@@ -30,10 +29,10 @@ TEST(RIAA, MapsTheFourRatesAndRefusesOthers)
 TEST(RIAA, EveryRowDrawsThePlaybackCurve)
 {
     const RIAA r441(RIAA::Rate44100), r48(RIAA::Rate48000);
-    const std::vector<double> design{0.02675918611906, -0.04592084787595, 0.01921229297239, -0.73845850035973,
-                                     -0.1795175547743};
-    EXPECT_EQ((std::vector<double>{r441.b0, r441.b1, r441.b2, r441.a1, r441.a2}), design);
-    EXPECT_EQ((std::vector<double>{r48.b0, r48.b1, r48.b2, r48.a1, r48.a2}), design);
+    for (const RIAA* r : {&r441, &r48})
+        EXPECT_EQ((std::vector<double>{r->b0, r->b1, r->b2, r->a1, r->a2}),
+                  (std::vector<double>{0.02675918611906, -0.04592084787595, 0.01921229297239, -0.73845850035973,
+                                       -0.1795175547743}));
     EXPECT_NEAR(GainDb(r441, 20), -63.5, 0.1);
     EXPECT_NEAR(GainDb(r441, 1000), -44.0, 0.1);
     EXPECT_NEAR(GainDb(r441, 20000), -24.8, 0.1);
@@ -41,13 +40,6 @@ TEST(RIAA, EveryRowDrawsThePlaybackCurve)
         for (double hz : {20.0, 1000.0, 20000.0})
             EXPECT_NEAR(GainDb(RIAA(row), hz, rate), GainDb(r441, hz), 0.3) << rate << " at " << hz;
     }
-
-    RIAA r(RIAA::Rate44100);
-    float x[2] = {1.0f, 0.0f};
-    r(x, 2);
-    const double* c = RIAA::coeffs[0];
-    EXPECT_EQ(x[0], float(c[0]));
-    EXPECT_EQ(x[1], float(c[1] - c[3] * double(float(c[0]))));
 }
 
 TEST(RIAADeathTest, BadRowAbortsWithTheExpression)

@@ -99,16 +99,3 @@ TEST(FindTracks, ANoisySideRaisesTheThreshold)
         EXPECT_EQ(side.Tracks().size(), count) << low << " " << high;
     }
 }
-
-TEST(FindTracks, ZonesAlternateAndKnowTheirNeighbours)
-{
-    std::vector<GapDetector::ZoneItem> zones = {{GapDetector::Sound, 0, 0, 0},    {GapDetector::Sound, 5, 0, 0},
-                                                {GapDetector::Silence, 8, 0, 0},  {GapDetector::Silence, 9, 0, 0},
-                                                {GapDetector::Sound, 12, 0, 0}};
-    GapDetector::CleanupZones(zones, 20.0f);
-    ASSERT_EQ(zones.size(), 3u);
-    EXPECT_EQ(std::tie(zones[1].type, zones[1].start, zones[1].duration, zones[1].previousDuration),
-              std::make_tuple(GapDetector::Silence, 8.0f, 4.0f, 8.0f));
-    EXPECT_EQ(zones[0].previousDuration, 9999999.0f);
-    EXPECT_EQ(zones[2].duration, 8.0f);
-}
