@@ -92,23 +92,3 @@ TEST(DemoTurntable, BareCodecKindSplitsTheSameThroughTheTurntableEqualiser)
 {
     RecordTheSide(DemoTurntable::Kind::BareCodec);
 }
-
-TEST(DemoTurntable, UnplugAndPlugInFollowDetection)
-{
-    Tolm::Test::App();
-    DemoTurntable demo(nullptr, nullptr, DemoTurntable::Kind::OwnPreamp, 44100.0,
-                       Platform::VirtualAudioHardware::Clock::Manual);
-    demo.Install();
-    {
-        Audio audio;
-        ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
-        demo.Unplug();
-        ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.device() == nullptr; }));
-        EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
-        demo.PlugIn();
-        ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.inputDeviceID() == demo.DeviceId(); }));
-        EXPECT_NE(audio.device(), nullptr);
-    }
-    Platform::SetHardware(nullptr);
-    Platform::SetUsbBus(nullptr);
-}
