@@ -48,16 +48,6 @@ std::pair<SInt64, SInt64> Bounds(const AudioRingBuffer& ring)
 
 } // namespace
 
-TEST(AudioRingBuffer, CapacityIsRoundedUpToAPowerOfTwo)
-{
-    AudioRingBuffer ring;
-    for (const auto& [asked, capacity] : {std::pair<UInt32, UInt32>{1000, 1024}, {4096, 4096}, {4097, 8192}, {1, 1}}) {
-        ring.Allocate(2, 4, asked);
-        EXPECT_EQ(ring.CapacityFrames(), capacity);
-        EXPECT_EQ(Bounds(ring), std::make_pair(SInt64(0), SInt64(0)));
-    }
-}
-
 TEST(AudioRingBuffer, StoresSetTheHeldRange)
 {
     struct Range {

@@ -2,41 +2,32 @@
 
 // A non-interleaved float AudioBufferList that owns its samples, for tests.
 
-#include "platform/CoreAudioTypes.h"
+#include "platform/CABufferList.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <memory>
-#include <vector>
 
 namespace Tolm::Test {
 
 class TestBufferList {
 public:
     TestBufferList(UInt32 channels, UInt32 frames)
-        : mSamples(channels, std::vector<float>(frames, 0.0f)),
-          mStorage((sizeof(AudioBufferList) + sizeof(AudioBuffer) * (channels ? channels - 1 : 0) +
-                    sizeof(std::max_align_t) - 1) / sizeof(std::max_align_t))
+        : mFrames(frames), mList(CABufferList::New("test", CAStreamBasicDescription::Float32(48000, channels, false)))
     {
-        auto* list = List();
-        list->mNumberBuffers = channels;
-        for (UInt32 c = 0; c < channels; ++c)
-            list->mBuffers[c] = AudioBuffer{1, UInt32(frames * sizeof(float)), mSamples[c].data()};
+        mList->AllocateBuffers(frames * sizeof(float));
     }
 
-    AudioBufferList* List() { return reinterpret_cast<AudioBufferList*>(mStorage.data()); }
-    std::vector<float>& Channel(UInt32 c) { return mSamples[c]; }
-    UInt32 Frames() const { return UInt32(mSamples.empty() ? 0 : mSamples[0].size()); }
-
+    AudioBufferList* List() { return &mList->GetModifiableBufferList(); }
+    float* Channel(UInt32 c) { return static_cast<float*>(mList->GetBuffer(c).mData); }
     void Fill(float value)
     {
-        for (auto& channel : mSamples)
-            std::fill(channel.begin(), channel.end(), value);
+        for (UInt32 c = 0; c < mList->GetNumberBuffers(); ++c)
+            std::fill_n(Channel(c), mFrames, value);
     }
 
 private:
-    std::vector<std::vector<float>> mSamples;
-    std::vector<std::max_align_t> mStorage;
+    UInt32 mFrames;
+    std::unique_ptr<CABufferList> mList;
 };
 
 } // namespace Tolm::Test

@@ -110,29 +110,6 @@ TEST(VirtualAudioHardware, PumpedBlocksAndSampleTimesAreSharedByEveryInputStream
     EXPECT_EQ(second.frames, 1256u);
 }
 
-TEST(VirtualAudioHardware, HoleAdvancesSampleTimeAndIsCounted)
-{
-    VirtualAudioHardware hardware;
-    const AudioDeviceID id = hardware.AddDevice(Turntable(), MakeFunctionSource(Ramp));
-    Recording recording;
-    const auto stream = StartedInput(hardware, id, recording);
-    hardware.Pump(id, 256);
-    hardware.InjectHole(id, 300); // more than one block
-    hardware.Pump(id, 1024);
-
-    EXPECT_EQ(recording.blockFrames, (std::vector<UInt32>{256, 212, 256, 256}));
-    EXPECT_EQ(recording.sampleTimes, (std::vector<Float64>{0, 556, 768, 1024}));
-    // After the hole the signal is where it had got to, and each block starts at its sample time.
-    const auto& left = recording.channels[0];
-    for (std::size_t i = 0, frame = 0; i < recording.blockFrames.size(); frame += recording.blockFrames[i++])
-        EXPECT_EQ(left[frame], float(recording.sampleTimes[i]));
-    EXPECT_EQ(left.back(), float(256 + 1024 - 1));
-    const auto stats = stream->Statistics();
-    EXPECT_EQ(stats.holes, 1u);
-    EXPECT_EQ(stats.holeFrames, 300u);
-    EXPECT_EQ(stats.frames, 980u);
-}
-
 TEST(VirtualAudioHardware, AddingAndRemovingDevicesNotifiesAndRemovalEndsTheirStreams)
 {
     VirtualAudioHardware hardware;
