@@ -4,7 +4,7 @@
 
 using namespace Tolm::Convert;
 
-TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrder)
+TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrderAndRefusesUnknownOnes)
 {
     ArgumentParser p("t", {"a.wav", "--eq", "riaa", "--json", "--title=One", "--title", "Two", "b.wav"});
     EXPECT_TRUE(p.Flag("json"));
@@ -14,10 +14,7 @@ TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrder)
     auto rest = p.Positionals();
     ASSERT_TRUE(rest);
     EXPECT_EQ(*rest, (std::vector<std::string>{"a.wav", "b.wav"}));
-}
 
-TEST(ArgumentParser, RefusesUnknownOptionsAndMissingValues)
-{
     ArgumentParser unknown("t", {"--bogus", "x"});
     EXPECT_FALSE(unknown.Positionals());
 
@@ -27,21 +24,20 @@ TEST(ArgumentParser, RefusesUnknownOptionsAndMissingValues)
 
     // After "--" a name that looks like an option is a file.
     ArgumentParser dashes("t", {"--", "--odd-name.wav"});
-    auto rest = dashes.Positionals();
+    rest = dashes.Positionals();
     ASSERT_TRUE(rest);
     EXPECT_EQ(rest->front(), "--odd-name.wav");
 }
 
-TEST(CommandLineFormatting, MinutesSecondsRoundToTenthsWithoutShowingSixtySeconds)
+TEST(CommandLineFormatting, TimesRoundToTenthsWithoutSixtySecondsAndNumbersAreWholeTexts)
 {
     EXPECT_EQ(FormatMinutesSeconds(0.0), "0:00.0");
     EXPECT_EQ(FormatMinutesSeconds(59.96), "1:00.0");
     EXPECT_EQ(FormatMinutesSeconds(125.44), "2:05.4");
     EXPECT_EQ(FormatMinutesSeconds(-3.0), "0:00.0");
-}
-
-TEST(CommandLineFormatting, ParseNumberWantsTheWholeText)
-{
+    EXPECT_EQ(PeakDecibels(0.5f), "  -6.0 dB");
+    EXPECT_EQ(PeakDecibels(0.0f), "  -inf dB");
+    // Numbers must be the whole text.
     EXPECT_EQ(ParseNumber("-6.5"), -6.5);
     EXPECT_FALSE(ParseNumber("6dB"));
     EXPECT_FALSE(ParseNumber(""));
@@ -76,6 +72,4 @@ TEST(CommandLineOptions, GainAndSecondsKeepTheirDefaultUnlessGivenAValidValue)
         EXPECT_EQ(gain, c.gain) << shown;
         EXPECT_EQ(seconds, c.seconds) << shown;
     }
-    EXPECT_EQ(PeakDecibels(0.5f), "  -6.0 dB");
-    EXPECT_EQ(PeakDecibels(0.0f), "  -inf dB");
 }

@@ -26,38 +26,35 @@ std::vector<std::pair<int, int>> Samples(const std::vector<GapDetector::TrackIte
     return v;
 }
 
-class SideAnalysisTest : public testing::Test {
-protected:
-    static void SetUpTestSuite()
-    {
-        sFolder = new TempFolder;
-        sSide = new StereoSamples(MakeSide(ThreeSongSide(), 44100));
-        WriteSound(sFolder->File("side.wav"), *sSide, 44100, kFloatWav);
-    }
-    static void TearDownTestSuite()
-    {
-        delete sSide;
-        delete sFolder;
-    }
-    static inline TempFolder* sFolder = nullptr;
-    static inline StereoSamples* sSide = nullptr;
+// The three-song side, written once for the whole run.
+struct SharedSide {
+    TempFolder folder;
+    StereoSamples samples = MakeSide(ThreeSongSide(), 44100);
+    std::string path = folder.File("side.wav");
+    SharedSide() { WriteSound(path, samples, 44100, kFloatWav); }
 };
+
+const SharedSide& Side()
+{
+    static const SharedSide side;
+    return side;
+}
 
 } // namespace
 
 // The file read in chunks on another thread must analyse exactly like the samples fed
 // straight through the equaliser and the detector.
-TEST_F(SideAnalysisTest, HearsTheFileAsTheLiveChainWould)
+TEST(SideAnalysis, HearsTheFileAsTheLiveChainWould)
 {
     SideAnalysisOptions options;
     options.equaliser = AudioFilter::RIAAFilter;
-    const auto side = SideAnalysis::Run(sFolder->File("side.wav"), options);
+    const auto side = SideAnalysis::Run(Side().path, options);
 
     AudioFilter eq;
     eq.Set(AudioFilter::RIAAFilter);
     NoEvents listener;
     GapDetector detector(listener, 44100);
-    auto l = sSide->left, r = sSide->right;
+    auto l = Side().samples.left, r = Side().samples.right;
     for (std::size_t at = 0; at < l.size(); at += 512) {
         const std::size_t n = std::min<std::size_t>(512, l.size() - at);
         eq(l.data() + at, r.data() + at, n);
@@ -71,7 +68,7 @@ TEST_F(SideAnalysisTest, HearsTheFileAsTheLiveChainWould)
     EXPECT_EQ(side.tracks.size(), 3u);
 }
 
-TEST_F(SideAnalysisTest, ReportsProgressAndStopsWhenAsked)
+TEST(SideAnalysis, ReportsProgressAndStopsWhenAsked)
 {
     std::vector<double> seen;
     const auto caller = std::this_thread::get_id();
@@ -80,7 +77,7 @@ TEST_F(SideAnalysisTest, ReportsProgressAndStopsWhenAsked)
         EXPECT_EQ(std::this_thread::get_id(), caller);
         seen.push_back(f);
     };
-    SideAnalysis::Run(sFolder->File("side.wav"), options);
+    SideAnalysis::Run(Side().path, options);
     ASSERT_GT(seen.size(), 10u);
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
     EXPECT_EQ(seen.back(), 1.0);
@@ -88,45 +85,36 @@ TEST_F(SideAnalysisTest, ReportsProgressAndStopsWhenAsked)
     int polls = 0;
     options.progress = nullptr;
     options.stopRequested = [&] { return ++polls == 3; };
-    const auto part = SideAnalysis::Run(sFolder->File("side.wav"), options);
+    const auto part = SideAnalysis::Run(Side().path, options);
     EXPECT_TRUE(part.stopped);
     EXPECT_GT(part.frames, 0);
     EXPECT_LT(part.frames, 136 * 44100);
 }
 
-TEST_F(SideAnalysisTest, KeepsTheDetectorQuietUnlessVerbose)
+// Quiet otherwise (the command's tests see an empty standard error).
+TEST(SideAnalysis, VerboseLetsTheDetectorSpeak)
 {
-    testing::internal::CaptureStderr();
-    SideAnalysis::Run(sFolder->File("side.wav"));
-    std::fprintf(stderr, "still here\n");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "still here\n");
-
     SideAnalysisOptions verbose;
     verbose.verbose = true;
     testing::internal::CaptureStderr();
-    SideAnalysis::Run(sFolder->File("side.wav"), verbose);
+    SideAnalysis::Run(Side().path, verbose);
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_NE(said.find("Audio has transitioned out of silence\n"), std::string::npos) << said;
     EXPECT_NE(said.find("Audio has transitioned into silence\n"), std::string::npos) << said;
 }
 
-TEST(SideAnalysis, ReadsOtherFormatsAndRates)
+TEST(SideAnalysis, ReadsOtherFormatsAndRatesAndANearlyEmptyFileHasNoTracks)
 {
     TempFolder folder;
-    const auto side = MakeSide(ThreeSongSide(), 48000);
-    WriteSound(folder.File("side.flac"), side, 48000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    WriteSound(folder.File("side.flac"), MakeSide(ThreeSongSide(), 48000), 48000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
     const auto result = SideAnalysis::Run(folder.File("side.flac"));
     EXPECT_EQ(result.sampleRate, 48000u);
     EXPECT_EQ(Samples(result.tracks), (std::vector<std::pair<int, int>>{
                                           {0, 53 * 48000}, {53 * 48000, 1128000}, {3672000, 2712000}}));
-}
 
-TEST(SideAnalysis, ANearlyEmptyFileHasNoTracks)
-{
-    TempFolder folder;
     WriteSound(folder.File("blip.wav"), MakeSide({{0.3, true}}, 44100), 44100, kFloatWav);
-    const auto result = SideAnalysis::Run(folder.File("blip.wav"));
-    EXPECT_EQ(result.frames, 13230);
-    EXPECT_TRUE(result.levels.empty());
-    EXPECT_TRUE(result.tracks.empty());
+    const auto blip = SideAnalysis::Run(folder.File("blip.wav"));
+    EXPECT_EQ(blip.frames, 13230);
+    EXPECT_TRUE(blip.levels.empty());
+    EXPECT_TRUE(blip.tracks.empty());
 }

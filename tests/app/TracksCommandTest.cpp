@@ -19,9 +19,8 @@ struct Run {
 
 std::string Slurp(const std::string& path)
 {
-    std::ifstream in(path);
     std::stringstream s;
-    s << in.rdbuf();
+    s << std::ifstream(path).rdbuf();
     return s.str();
 }
 
@@ -40,71 +39,50 @@ Run Convert(const TempFolder& folder, const std::vector<std::string>& args)
         command += " " + Quote(a);
     command += " >" + Quote(folder.File("out.txt")) + " 2>" + Quote(folder.File("err.txt")) + " </dev/null";
     const int raw = std::system(command.c_str());
-    Run run;
-    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    run.out = Slurp(folder.File("out.txt"));
-    run.err = Slurp(folder.File("err.txt"));
-    return run;
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(folder.File("out.txt")), Slurp(folder.File("err.txt"))};
 }
-
-class TracksCommand : public testing::Test {
-protected:
-    static void SetUpTestSuite()
-    {
-        sFolder = new TempFolder;
-        WriteSound(sFolder->File("side.wav"), MakeSide(ThreeSongSide(), 44100), 44100, kFloatWav);
-    }
-    static void TearDownTestSuite() { delete sFolder; }
-    static inline TempFolder* sFolder = nullptr;
-};
 
 } // namespace
 
-TEST_F(TracksCommand, PrintsTheTracksOfASide)
+TEST(TracksCommand, PrintsTheTracksOfASideAsATableOrJson)
 {
-    const auto run = Convert(*sFolder, {"tracks", sFolder->File("side.wav")});
+    TempFolder folder;
+    const std::string side = folder.File("side.wav");
+    WriteSound(side, MakeSide(ThreeSongSide(), 44100), 44100, kFloatWav);
+    auto run = Convert(folder, {"tracks", side});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");  // no bar off a terminal, no detector lines
-    const std::string expected = sFolder->File("side.wav") +
-                                 ": 44100 Hz, 2:16.0, equaliser none, 3 tracks\n"
-                                 "Track      Start     Length  Start sample       Samples\n"
-                                 "    1     0:00.0     0:53.0             0       2337300\n"
-                                 "    2     0:53.0     0:23.5       2337300       1036350\n"
-                                 "    3     1:16.5     0:56.5       3373650       2491650\n";
-    EXPECT_EQ(run.out, expected);
-}
+    EXPECT_EQ(run.out, side + ": 44100 Hz, 2:16.0, equaliser none, 3 tracks\n"
+                              "Track      Start     Length  Start sample       Samples\n"
+                              "    1     0:00.0     0:53.0             0       2337300\n"
+                              "    2     0:53.0     0:23.5       2337300       1036350\n"
+                              "    3     1:16.5     0:56.5       3373650       2491650\n");
 
-TEST_F(TracksCommand, PrintsJsonAndTakesAnEqualiser)
-{
-    const auto run = Convert(*sFolder, {"tracks", "--json", "--eq", "riaa", sFolder->File("side.wav")});
+    run = Convert(folder, {"tracks", "--json", "--eq", "riaa", side});
     EXPECT_EQ(run.status, 0) << run.err;
-    const std::string expected = "{\n  \"file\": \"" + sFolder->File("side.wav") +
-                                 "\",\n"
-                                 "  \"sampleRate\": 44100,\n"
-                                 "  \"frames\": 5997600,\n"
-                                 "  \"seconds\": 136,\n"
-                                 "  \"equaliser\": \"riaa\",\n"
-                                 "  \"tracks\": [\n"
-                                 "    {\"number\": 1, \"start\": 0, \"duration\": 53, \"startSample\": 0, "
-                                 "\"lengthSamples\": 2337300},\n"
-                                 "    {\"number\": 2, \"start\": 53, \"duration\": 23.5, \"startSample\": 2337300, "
-                                 "\"lengthSamples\": 1036350},\n"
-                                 "    {\"number\": 3, \"start\": 76.5, \"duration\": 56.5, \"startSample\": 3373650, "
-                                 "\"lengthSamples\": 2491650}\n"
-                                 "  ]\n}\n";
-    EXPECT_EQ(run.out, expected);
-}
+    EXPECT_EQ(run.out, "{\n  \"file\": \"" + side +
+                           "\",\n"
+                           "  \"sampleRate\": 44100,\n"
+                           "  \"frames\": 5997600,\n"
+                           "  \"seconds\": 136,\n"
+                           "  \"equaliser\": \"riaa\",\n"
+                           "  \"tracks\": [\n"
+                           "    {\"number\": 1, \"start\": 0, \"duration\": 53, \"startSample\": 0, "
+                           "\"lengthSamples\": 2337300},\n"
+                           "    {\"number\": 2, \"start\": 53, \"duration\": 23.5, \"startSample\": 2337300, "
+                           "\"lengthSamples\": 1036350},\n"
+                           "    {\"number\": 3, \"start\": 76.5, \"duration\": 56.5, \"startSample\": 3373650, "
+                           "\"lengthSamples\": 2491650}\n"
+                           "  ]\n}\n");
 
-TEST_F(TracksCommand, HostileNamesStayValidJson)
-{
-    const std::string odd = sFolder->File("a \"quoted\" \\ name \xff.wav");
-    std::filesystem::copy_file(sFolder->File("side.wav"), odd);
-    const auto run = Convert(*sFolder, {"tracks", "--json", odd});
+    const std::string odd = folder.File("a \"quoted\" \\ name \xff.wav");
+    std::filesystem::copy_file(side, odd);
+    run = Convert(folder, {"tracks", "--json", odd});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("a \\\"quoted\\\" \\\\ name \xEF\xBF\xBD.wav\""), std::string::npos) << run.out;
 }
 
-TEST_F(TracksCommand, BadInputIsOneLineAndStatusTwo)
+TEST(TracksCommand, BadInputIsOneLineAndStatusTwo)
 {
     TempFolder folder;
     const auto bit = MakeSide({{1, true}}, 44100);

@@ -4,6 +4,7 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -67,12 +68,10 @@ inline void WriteSound(const std::string& path, const StereoSamples& side, int r
     SNDFILE* f = sf_open(path.c_str(), SFM_WRITE, &info);
     if (!f)
         throw std::runtime_error("cannot write " + path + ": " + sf_strerror(nullptr));
-    std::vector<float> frames;
-    frames.reserve(side.left.size() * std::size_t(channels));
-    for (std::size_t i = 0; i < side.left.size(); ++i) {
-        for (int c = 0; c < channels; ++c)
-            frames.push_back(c == 0 ? side.left[i] : c == 1 ? side.right[i] : 0.0f);
-    }
+    std::vector<float> frames(side.left.size() * std::size_t(channels), 0.0f);
+    for (std::size_t i = 0; i < side.left.size(); ++i)
+        for (int c = 0; c < std::min(channels, 2); ++c)
+            frames[i * std::size_t(channels) + std::size_t(c)] = c == 0 ? side.left[i] : side.right[i];
     const auto want = sf_count_t(side.left.size());
     const bool ok = sf_writef_float(f, frames.data(), want) == want;
     sf_close(f);
