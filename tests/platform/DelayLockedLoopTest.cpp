@@ -10,26 +10,28 @@ namespace {
 
 constexpr UInt64 kStart = 5'000'000'000'000ull; // a host clock that has run for a while
 
+// Where a simulated device has got to: frames delivered and the true time of the last one.
+struct Timeline {
+    UInt64 position = 0;
+    double trueTime = 0.0;
+};
+
 // A device running at `rate` (frames per second of host time), reporting blocks of
 // `blockFrames(i)` frames whose arrival jitters by up to `jitterNs` late.
 template <typename BlockFrames>
 void Simulate(DelayLockedLoop& loop, double rate, double seconds, double jitterNs, BlockFrames blockFrames,
-              UInt64* position = nullptr, double* lastTrueTime = nullptr)
+              Timeline* timeline = nullptr)
 {
+    Timeline local;
+    Timeline& at = timeline ? *timeline : local;
     std::mt19937 random(7);
     std::uniform_real_distribution<double> jitter(0.0, jitterNs);
-    UInt64 frames = position ? *position : 0;
-    const double start = lastTrueTime ? *lastTrueTime : 0.0;
-    double trueTime = start;
-    for (int i = 0; trueTime - start < seconds * 1e9; ++i) {
-        frames += blockFrames(i);
-        trueTime = start + double(frames - (position ? *position : 0)) / rate * 1e9;
-        loop.Update(kStart + UInt64(trueTime + jitter(random)), frames);
+    const Timeline start = at;
+    for (int i = 0; at.trueTime - start.trueTime < seconds * 1e9; ++i) {
+        at.position += blockFrames(i);
+        at.trueTime = start.trueTime + double(at.position - start.position) / rate * 1e9;
+        loop.Update(kStart + UInt64(at.trueTime + jitter(random)), at.position);
     }
-    if (position)
-        *position = frames;
-    if (lastTrueTime)
-        *lastTrueTime = trueTime;
 }
 
 } // namespace
@@ -53,30 +55,25 @@ TEST(DelayLockedLoop, FindsTheDeviceRateThroughJitterAndUnevenBlocks)
 TEST(DelayLockedLoop, HostTimeOfAPositionFollowsTheTrueClock)
 {
     DelayLockedLoop loop(48000.0);
-    UInt64 position = 0;
-    double trueTime = 0.0;
-    Simulate(
-        loop, 48000.0 * 1.0001, 30.0, 1e6, [](int) { return 512u; }, &position, &trueTime);
+    Timeline at;
+    Simulate(loop, 48000.0 * 1.0001, 30.0, 1e6, [](int) { return 512u; }, &at);
     // Arrivals are late by 0.5 ms on average: the line sits within about that of the truth.
-    const double estimated = double(loop.HostTimeAt(position)) - double(kStart);
-    EXPECT_NEAR(estimated, trueTime, 1.5e6);
-    const double oneSecondLater = double(loop.HostTimeAt(position + 48005)) - double(kStart);
+    const double estimated = double(loop.HostTimeAt(at.position)) - double(kStart);
+    EXPECT_NEAR(estimated, at.trueTime, 1.5e6);
+    const double oneSecondLater = double(loop.HostTimeAt(at.position + 48005)) - double(kStart);
     EXPECT_NEAR(oneSecondLater - estimated, 1e9, 1e5);
 }
 
 TEST(DelayLockedLoop, RestartsAfterAStallAndIgnoresBursts)
 {
     DelayLockedLoop loop(48000.0);
-    UInt64 position = 0;
-    double trueTime = 0.0;
-    Simulate(
-        loop, 48000.0, 5.0, 1e6, [](int) { return 480u; }, &position, &trueTime);
+    Timeline at;
+    Simulate(loop, 48000.0, 5.0, 1e6, [](int) { return 480u; }, &at);
     EXPECT_EQ(loop.Resets(), 0u);
 
     // Nothing for two seconds (a stalled server), then on as before.
-    trueTime += 2e9;
-    Simulate(
-        loop, 48000.0, 10.0, 1e6, [](int) { return 480u; }, &position, &trueTime);
+    at.trueTime += 2e9;
+    Simulate(loop, 48000.0, 10.0, 1e6, [](int) { return 480u; }, &at);
     EXPECT_EQ(loop.Resets(), 1u);
     EXPECT_NEAR(loop.RateScalar(), 1.0, 1e-4);
 

@@ -110,35 +110,14 @@ TEST(VirtualAudioHardware, PumpedBlocksAndSampleTimesAreSharedByEveryInputStream
     EXPECT_EQ(second.frames, 1256u);
 }
 
-TEST(VirtualAudioHardware, AddingAndRemovingDevicesNotifiesAndRemovalEndsTheirStreams)
+TEST(VirtualAudioHardware, DeviceAndRateChangesNotifyTheirListenersAndRemovalEndsStreams)
 {
     VirtualAudioHardware hardware;
-    std::atomic<int> changes{0};
-    const auto listener = hardware.AddDeviceSetListener([&] { ++changes; });
-    const AudioDeviceID id = hardware.AddDevice(Turntable(), MakeFunctionSource(Ramp));
-    ASSERT_TRUE(WaitUntil([&] { return changes >= 1; }));
-    Recording recording;
-    auto stream = StartedInput(hardware, id, recording);
-    hardware.Pump(id, 512);
-
-    const int before = changes;
-    hardware.RemoveDevice(id);
-    ASSERT_TRUE(WaitUntil([&] { return changes > before; }));
-    hardware.Pump(id, 512);
-    EXPECT_FALSE(stream->IsRunning());
-    EXPECT_EQ(recording.frames, 512u);
-    EXPECT_EQ(stream->Start(), kAudioHardwareBadDeviceError);
-    EXPECT_EQ(stream->Stop(), noErr);
-    stream.reset();
-    hardware.RemoveListener(listener);
-}
-
-TEST(VirtualAudioHardware, RateChangeNotifiesOnlyThatDevicesListenersAndRateScalarShows)
-{
-    VirtualAudioHardware hardware;
-    const AudioDeviceID a = hardware.AddDevice(Turntable());
     const AudioDeviceID b = hardware.AddDevice(Turntable());
-    std::atomic<int> aChanges{0}, bChanges{0};
+    std::atomic<int> changes{0}, aChanges{0}, bChanges{0};
+    hardware.AddDeviceSetListener([&] { ++changes; });
+    const AudioDeviceID a = hardware.AddDevice(Turntable(), MakeFunctionSource(Ramp));
+    ASSERT_TRUE(WaitUntil([&] { return changes == 1; }));
     hardware.AddStreamFormatListener(a, [&] { ++aChanges; });
     hardware.AddStreamFormatListener(b, [&] { ++bChanges; });
     Recording recording;
@@ -150,7 +129,6 @@ TEST(VirtualAudioHardware, RateChangeNotifiesOnlyThatDevicesListenersAndRateScal
     EXPECT_EQ(bChanges, 0);
     EXPECT_EQ(stream->DeviceFormat().mSampleRate, 44100.0);
     EXPECT_EQ(stream->ClientFormat().mSampleRate, 44100.0);
-
     hardware.SetRateScalar(a, 1.001);
     AudioDeviceInfo info;
     ASSERT_EQ(hardware.GetDevice(a, info), noErr);
@@ -160,6 +138,14 @@ TEST(VirtualAudioHardware, RateChangeNotifiesOnlyThatDevicesListenersAndRateScal
     AudioTimeStamp now{};
     ASSERT_EQ(stream->GetCurrentTime(now), noErr);
     EXPECT_EQ(now.mRateScalar, 1.001);
+
+    hardware.RemoveDevice(a);
+    ASSERT_TRUE(WaitUntil([&] { return changes == 2; }));
+    hardware.Pump(a, 512);
+    EXPECT_FALSE(stream->IsRunning());
+    EXPECT_EQ(recording.frames, 441u);
+    EXPECT_EQ(stream->Start(), kAudioHardwareBadDeviceError);
+    EXPECT_EQ(stream->Stop(), noErr);
 }
 
 TEST(VirtualAudioHardware, ListenersMayRemoveThemselvesAndRemovalWaitsForARunningOne)
