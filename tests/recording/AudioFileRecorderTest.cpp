@@ -3,7 +3,6 @@
 
 #include "RecordingTestSupport.h"
 #include "TempFolder.h"
-#include "platform/CAXException.h"
 #include "platform/GainStage.h"
 #include "platform/VirtualAudioHardware.h"
 #include "recording/CAAudioFileRecorder.h"
@@ -117,32 +116,23 @@ TEST_F(RecorderOnVirtualDevice, AtPlusSixDecibelsOnlyThePositiveSideIsClamped)
 
 TEST_F(RecorderOnVirtualDevice, FailuresCarryTheirOperationTexts)
 {
-    auto expectFailure = [](auto f, const char* operation) {
-        try {
-            f();
-            ADD_FAILURE() << "expected \"" << operation << "\"";
-        } catch (const CAXException& e) {
-            EXPECT_STREQ(e.Operation(), operation);
-            EXPECT_NE(e.GetError(), 0);
-        }
-    };
-    expectFailure([] { CAAudioFileRecorder(0, 3, kRingFrames); }, "failed to get default input device");
-    expectFailure([] { CAAudioFileRecorder(0x12345, 3, kRingFrames); }, "failed to select input device");
+    ExpectCAX([] { CAAudioFileRecorder(0, 3, kRingFrames); }, "failed to get default input device");
+    ExpectCAX([] { CAAudioFileRecorder(0x12345, 3, kRingFrames); }, "failed to select input device");
     VirtualDeviceSpec speakers;
     speakers.name = "Speakers";
     speakers.outputChannels = 2;
     const AudioDeviceID output = mHardware->AddDevice(speakers);
-    expectFailure([&] { CAAudioFileRecorder(output, 3, kRingFrames); }, "failed to enable input");
+    ExpectCAX([&] { CAAudioFileRecorder(output, 3, kRingFrames); }, "failed to enable input");
 
     const AudioDeviceID device = AddTurntable(Noise(10, 4));
     CAAudioFileRecorder recorder(device, 3, kRingFrames);
     EXPECT_EQ(recorder.GetInputDataFormat().mSampleRate, 48000.0);
     const auto format = CAStreamBasicDescription::Float32(48000, 2, true);
     recorder.SetFile(FSRef{mFolder.Path()}, "first.wav", kAudioFileWAVEType, format);
-    expectFailure([&] { recorder.SetFile(FSRef{mFolder.Path()}, "first.wav", kAudioFileWAVEType, format); },
+    ExpectCAX([&] { recorder.SetFile(FSRef{mFolder.Path()}, "first.wav", kAudioFileWAVEType, format); },
                   "create audio file");
     // The stream cannot convert rates: the file must be at the device's.
-    expectFailure(
+    ExpectCAX(
         [&] {
             recorder.SetFile(FSRef{mFolder.Path()}, "other.wav", kAudioFileWAVEType,
                              CAStreamBasicDescription::Float32(44100, 2, true));
@@ -150,7 +140,7 @@ TEST_F(RecorderOnVirtualDevice, FailuresCarryTheirOperationTexts)
         "set audio input format");
 
     mHardware->RemoveDevice(device);
-    expectFailure([&] { recorder.Start(); }, "start audio input unit");
+    ExpectCAX([&] { recorder.Start(); }, "start audio input unit");
 }
 
 } // namespace

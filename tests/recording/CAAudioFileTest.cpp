@@ -5,7 +5,6 @@
 
 #include "RecordingTestSupport.h"
 #include "TempFolder.h"
-#include "platform/CAXException.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -15,18 +14,6 @@ namespace {
 
 const CAStreamBasicDescription kStereoFile = CAStreamBasicDescription::Float32(48000, 2, true);
 const CAStreamBasicDescription kStereoClient = CAStreamBasicDescription::Float32(48000, 2, false);
-
-// Expects `f` to throw CAXException with this text and status.
-void ExpectCAX(const std::function<void()>& f, const char* operation, OSStatus status)
-{
-    try {
-        f();
-        ADD_FAILURE() << "expected \"" << operation << "\"";
-    } catch (const CAXException& e) {
-        EXPECT_STREQ(e.Operation(), operation);
-        EXPECT_EQ(e.GetError(), status) << CAXException::FormatError(e.GetError());
-    }
-}
 
 StereoBlock Ramp(UInt32 first, UInt32 frames)
 {

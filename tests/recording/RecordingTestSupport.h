@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/CABufferList.h"
+#include "platform/CAXException.h"
 
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <sndfile.h>
 #include <string>
 #include <thread>
@@ -18,6 +20,19 @@ inline bool PollUntil(const std::function<bool()>& condition)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
+}
+
+// Expects `f` to throw CAXException with this text and status (any failure when 0).
+inline void ExpectCAX(const std::function<void()>& f, const char* operation, OSStatus status = 0)
+{
+    try {
+        f();
+        ADD_FAILURE() << "expected \"" << operation << "\"";
+    } catch (const CAXException& e) {
+        EXPECT_STREQ(e.Operation(), operation);
+        EXPECT_TRUE(status == 0 ? e.GetError() != 0 : e.GetError() == status)
+            << CAXException::FormatError(e.GetError());
+    }
 }
 
 // Non-interleaved stereo frames that say where they came from: left = n / divisor, right = -left.
