@@ -75,8 +75,13 @@ TEST_F(AudioDetection, OutcomeFollowsTheBusAndTheInputNames)
         EXPECT_EQ(audio.device() != nullptr, c.hasRow);
         EXPECT_EQ(audio.mightBeTurntableOrTape(), c.turntableOrTape);
         EXPECT_EQ(audio.playThru() != nullptr, c.selected >= 0);
-        if (c.selected >= 0) {
+        if (auto* host = audio.playThru(); c.selected >= 0 && host) {
             EXPECT_EQ(audio.inputDeviceID(), ids[size_t(c.selected)]);
+            ASSERT_NE(host->Engine(), nullptr);
+            EXPECT_EQ(host->Engine()->inputHook.load(), &Capture::InputProcCallback);
+            EXPECT_FALSE(host->IsRunning()) << "made, but started only by startPlayThru";
+            EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
+            EXPECT_EQ(audio.playThru(), host) << "the same device again: no new host";
         }
         if (c.result == Audio::kDetectTooManyInputs) {
             EXPECT_EQ(audio.countDevicesWithMatchingName(), 2);
@@ -87,31 +92,12 @@ TEST_F(AudioDetection, OutcomeFollowsTheBusAndTheInputNames)
     }
 }
 
-TEST_F(AudioDetection, SelectingInstallsTheChainOnceWithoutStartingIt)
+TEST_F(AudioDetection, StartsOnTheDefaultsAndListsOnlyDevicesWithInputChannels)
 {
-    bus->Add(kTi, kPcm2902);
-    const AudioDeviceID mic = AddInput("Built-in Microphone");
-    AddInput(kCodecName);
-    hardware->SetDefaultInputDevice(mic);
+    hardware->SetDefaultInputDevice(AddInput("Line In"));
     Audio audio;
-    EXPECT_EQ(audio.inputDeviceID(), mic);
+    EXPECT_EQ(audio.inputDeviceID(), hardware->DefaultInputDevice());
     EXPECT_EQ(audio.outputDeviceID(), speakers);
-    ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
-    EXPECT_STREQ(audio.device()->firstName, kCodecName);
-    auto* host = audio.playThru();
-    ASSERT_NE(host, nullptr);
-    ASSERT_NE(host->Engine(), nullptr);
-    EXPECT_EQ(host->Engine()->inputHook.load(), &Capture::InputProcCallback);
-    EXPECT_FALSE(host->IsRunning()) << "made, but started only by startPlayThru";
-    // Again, with the same device already monitored: no new host.
-    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
-    EXPECT_EQ(audio.playThru(), host);
-}
-
-TEST_F(AudioDetection, InputListLeavesOutDevicesWithoutInputChannels)
-{
-    AddInput("Line In");
-    Audio audio;
     const auto& inputs = audio.inputDeviceList()->GetList();
     ASSERT_EQ(inputs.size(), 1u);
     EXPECT_STREQ(inputs[0].name, "Line In");
