@@ -47,8 +47,9 @@ TEST_F(AudioDetection, OutcomeFollowsTheBusAndTheInputNames)
         int result;
         bool hasRow;
         bool turntableOrTape;
-        int selected;  // index into inputs, or -1 when nothing is monitored
+        int selected; // index into inputs, or -1 when nothing is monitored
     };
+    // clang-format off
     const Case cases[] = {
         {"no known device", {{0x046d, 0xc52b}}, {kCodecName}, Audio::kDetectNone, false, false, -1},
         {"turntable or tape", {{0x046d, 0xc52b}, {kTi, kPcm2902}}, {"Built-in Microphone", kCodecName},
@@ -62,6 +63,7 @@ TEST_F(AudioDetection, OutcomeFollowsTheBusAndTheInputNames)
         {"two inputs", {{kTi, kPcm2902}}, {kCodecName, kCodecName}, Audio::kDetectTooManyInputs, true, true, -1},
         {"plain interface", {{0x1235, 0x8211}}, {"Scarlett Solo USB"}, Audio::kDetectSelected, true, false, 0},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         bus->Clear();

@@ -19,11 +19,11 @@ inline std::vector<float> Noise(std::size_t n, unsigned seed)
 }
 
 // Gain in dB at `hz` of a section, from its coefficients.
-template <class Section>
-double GainDb(const Section& q, double hz, double rate = 44100)
+template <class Section> double GainDb(const Section& q, double hz, double rate = 44100)
 {
     const auto z1 = std::polar(1.0, -2.0 * std::numbers::pi * hz / rate);
-    return 20.0 * std::log10(std::abs((q.b0 + q.b1 * z1 + q.b2 * z1 * z1) / (1.0 + q.a1 * z1 + q.a2 * z1 * z1)));
+    return 20.0 *
+           std::log10(std::abs((q.b0 + q.b1 * z1 + q.b2 * z1 * z1) / (1.0 + q.a1 * z1 + q.a2 * z1 * z1)));
 }
 
 } // namespace Tolm::Test
