@@ -43,17 +43,13 @@ void WriteTrackFile(const QString& path, int sampleRate, long long frames, float
     info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     SNDFILE* file = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
     ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
-    std::vector<float> block(2 * 4096);
-    for (long long done = 0; done < frames;) {
-        const long long count = std::min<long long>(4096, frames - done);
-        for (long long i = 0; i < count; ++i) {
-            const double t = double(done + i) / sampleRate;
-            block[size_t(2 * i)] = amplitude * float(std::sin(2 * M_PI * 440.0 * t));
-            block[size_t(2 * i + 1)] = amplitude * float(std::sin(2 * M_PI * 660.0 * t));
-        }
-        sf_writef_float(file, block.data(), count);
-        done += count;
+    std::vector<float> samples(size_t(2 * frames));
+    for (size_t i = 0; i < size_t(frames); ++i) {
+        const double t = double(i) / sampleRate;
+        samples[2 * i] = amplitude * float(std::sin(2 * M_PI * 440.0 * t));
+        samples[2 * i + 1] = amplitude * float(std::sin(2 * M_PI * 660.0 * t));
     }
+    sf_writef_float(file, samples.data(), frames);
     sf_close(file);
 }
 

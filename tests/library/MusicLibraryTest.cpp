@@ -111,20 +111,6 @@ TEST_F(MusicLibraryTest, AddConvertRemoveFilesATaggedTrackAndNeverReplacesOne)
     EXPECT_FALSE(QFileInfo::exists(filed->location));
 }
 
-TEST_F(MusicLibraryTest, AFailedConversionLeavesNothingBehind)
-{
-    const QString notAudio = scratch(QStringLiteral("notes.wav"));
-    QFile file(notAudio);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("this is not a sound file");
-    file.close();
-    auto added = mMusic.add(notAudio);
-    mMusic.setTags(added, kSong);
-    EXPECT_THROW(mMusic.convert(added, ImportFormat::Flac), LibraryError);
-    EXPECT_TRUE(
-        Tolm::Test::FilesBelow(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album"))).isEmpty());
-}
-
 TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndDecodesBackAtTheTracksRateAndLength)
 {
     const QString emoji =

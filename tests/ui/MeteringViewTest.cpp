@@ -2,7 +2,6 @@
 
 #include <QImage>
 #include <QtTest>
-
 #include <array>
 #include <cmath>
 #include <limits>
@@ -11,24 +10,36 @@ using Tolm::Ui::MeteringView;
 
 namespace {
 
-constexpr float kSilence = -std::numeric_limits<float>::infinity();
-
 // A meter on a clock the test moves.
 class ClockedMeter : public MeteringView {
-public:
+  public:
+    explicit ClockedMeter(int height, bool clipLight = true)
+    {
+        resize(15, height);
+        setNumChannels(1);
+        setHasClipIndicator(clipLight);
+    }
     UInt64 now = 1'000'000'000;
 
-protected:
+    void feed(float db)
+    {
+        const std::array<float, 2> values{db, db};
+        updateMeters(values);
+    }
+    QImage draw()
+    {
+        QImage image(size(), QImage::Format_ARGB32);
+        image.fill(Qt::white);
+        render(&image);
+        return image;
+    }
+    // Channel 1's bar and clip light, in widget pixels.
+    int column() const { return int(firstTrackOffset()) + 5; }
+    QRgb clipLight() { return draw().pixel(column(), 3); }
+
+  protected:
     UInt64 currentHostTimeNanos() const override { return now; }
 };
-
-QImage Draw(MeteringView& meter)
-{
-    QImage image(meter.size(), QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    meter.render(&image);
-    return image;
-}
 
 int GreenRows(const QImage& image, int column)
 {
@@ -38,146 +49,92 @@ int GreenRows(const QImage& image, int column)
     return rows;
 }
 
-// The middle of channel 1's clip light, in widget pixels.
-QPoint ClipLight(const MeteringView& meter) { return {int(meter.firstTrackOffset()) + 5, 3}; }
-
-void Feed(MeteringView& meter, float db)
-{
-    const std::array<float, 2> values{db, db};
-    meter.updateMeters(values);
-}
-
 } // namespace
 
 class MeteringViewTest : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void centresItsBars()
+  private Q_SLOTS:
+    void layoutAndScale()
     {
-        MeteringView meter;
-        meter.resize(40, 120);
-        meter.setNumChannels(2);
-        QCOMPARE(meter.firstTrackOffset(), 7.0f);
+        MeteringView pair;
+        pair.resize(40, 120);
+        pair.setNumChannels(2);
+        QCOMPARE(pair.firstTrackOffset(), 7.0f);
 
-        MeteringView single;
-        single.resize(15, 120);
-        single.setNumChannels(1);
-        QCOMPARE(single.firstTrackOffset(), 2.0f);
-    }
-
-    void keepsValuesOnlyForTheSameChannelCount()
-    {
-        MeteringView meter;
-        meter.resize(15, 100);
-        meter.setNumChannels(1);
-        Feed(meter, -6.0f);
-        QVERIFY(meter.meterValue(0) > 0);
+        ClockedMeter meter(200);
+        QCOMPARE(meter.firstTrackOffset(), 2.0f);
+        meter.feed(-6.0f);
+        QCOMPARE(meter.meterValue(0), float(200 * std::pow(10.0, -0.3) / 0.9999));
+        // Values survive only a change to the same channel count.
         meter.setNumChannels(1);
         QVERIFY(meter.meterValue(0) > 0);
+        // Full scale and over stop below the clip light, or at the top without one.
+        meter.feed(0.0f);
+        QCOMPARE(meter.meterValue(0), 190.0f);
+        meter.feed(12.0f);
+        QCOMPARE(meter.meterValue(0), 190.0f);
+        meter.setHasClipIndicator(false);
+        meter.feed(0.0f);
+        QCOMPARE(meter.meterValue(0), 198.0f);
         meter.setNumChannels(2);
         for (int entry = 0; entry < 4; ++entry)
             QCOMPARE(meter.meterValue(entry), 0.0f);
-    }
 
-    void scalesLinearlyAndClampsBelowTheClipLight()
-    {
-        MeteringView meter;
-        meter.resize(15, 200);
-        meter.setNumChannels(1);
-        meter.setHasClipIndicator(true);
-
-        Feed(meter, -6.0f);
-        QCOMPARE(meter.meterValue(0), float(200 * std::pow(10.0, -0.3) / 0.9999));
-
-        Feed(meter, 0.0f);
-        QCOMPARE(meter.meterValue(0), 190.0f);
-        Feed(meter, 12.0f);
-        QCOMPARE(meter.meterValue(0), 190.0f);
-
-        meter.setHasClipIndicator(false);
-        Feed(meter, 0.0f);
-        QCOMPARE(meter.meterValue(0), 198.0f);
+        MeteringView ends;
+        QVERIFY(std::isinf(ends.minDB()));
+        ends.setMaxDB(-6.0);
+        QCOMPARE(ends.maxValue(), std::pow(10.0, -0.3));
+        ends.setMinValue(0.01);
+        QCOMPARE(ends.minDB(), -40.0);
     }
 
     void drawsSilenceAsAnEmptyBar()
     {
-        MeteringView meter;
-        meter.resize(15, 120);
-        meter.setNumChannels(1);
-        meter.setHasClipIndicator(true);
-        Feed(meter, kSilence);
+        ClockedMeter meter(120);
+        meter.feed(-std::numeric_limits<float>::infinity());
         QCOMPARE(meter.meterValue(0), 0.0f);
-        const int column = int(meter.firstTrackOffset()) + 5;
-        QCOMPARE(GreenRows(Draw(meter), column), 1);
-
-        Feed(meter, -6.0f);
-        const long level = std::lround(meter.meterValue(0));
-        QCOMPARE(GreenRows(Draw(meter), column), int(level) + 1);
+        QCOMPARE(GreenRows(meter.draw(), meter.column()), 1);
+        meter.feed(-6.0f);
+        QCOMPARE(GreenRows(meter.draw(), meter.column()), int(std::lround(meter.meterValue(0))) + 1);
     }
 
     void holdsTheClipLightForOneAndAHalfSeconds()
     {
-        ClockedMeter meter;
-        meter.resize(15, 120);
-        meter.setNumChannels(1);
-        meter.setHasClipIndicator(true);
-        const QPoint light = ClipLight(meter);
-
+        ClockedMeter meter(120);
+        const QRgb red = qRgb(255, 0, 0);
         // Just below full scale is no over.
-        Feed(meter, -0.001f);
+        meter.feed(-0.001f);
         QCOMPARE(meter.clipValue(0), 0);
-        QVERIFY(Draw(meter).pixel(light) != qRgb(255, 0, 0));
+        QVERIFY(meter.clipLight() != red);
 
-        Feed(meter, 0.0f);
+        meter.feed(0.0f);
         QCOMPARE(meter.clipValue(0), 1);
-        QCOMPARE(Draw(meter).pixel(light), qRgb(255, 0, 0));
+        QCOMPARE(meter.clipLight(), red);
 
         // Quiet music after the over: the light stays red until 1.5 s have passed.
         meter.now += 1'499'999'999;
-        Feed(meter, -20.0f);
-        QCOMPARE(Draw(meter).pixel(light), qRgb(255, 0, 0));
+        meter.feed(-20.0f);
+        QCOMPARE(meter.clipLight(), red);
         QCOMPARE(meter.clipValue(0), 1);
-
         meter.now += 1;
-        QCOMPARE(Draw(meter).pixel(light), qRgb(255, 0, 0));
+        QCOMPARE(meter.clipLight(), red); // this drawing lets it go
         QCOMPARE(meter.clipValue(0), 0);
-        const QRgb grey = Draw(meter).pixel(light);
+        const QRgb grey = meter.clipLight();
         QCOMPARE(qRed(grey), qGreen(grey));
         QVERIFY(qRed(grey) < 128);
-    }
 
-    void aNewOverMovesTheReleaseOn()
-    {
-        ClockedMeter meter;
-        meter.resize(15, 120);
-        meter.setNumChannels(1);
-        meter.setHasClipIndicator(true);
-        Feed(meter, 0.0f);
+        // A new over moves the release on.
+        meter.feed(0.0f);
         meter.now += 1'000'000'000;
-        Feed(meter, 0.0f);
+        meter.feed(0.0f);
         meter.now += 1'000'000'000;
-        Draw(meter);
+        meter.draw();
         QCOMPARE(meter.clipValue(0), 1);
-    }
 
-    void noClipLightNoClip()
-    {
-        MeteringView meter;
-        meter.resize(15, 120);
-        meter.setNumChannels(1);
-        Feed(meter, 3.0f);
-        QCOMPARE(meter.clipValue(0), 0);
-    }
-
-    void keepsTheScaleEndsConsistent()
-    {
-        MeteringView meter;
-        meter.setMaxDB(-6.0);
-        QCOMPARE(meter.maxValue(), std::pow(10.0, -0.3));
-        meter.setMinValue(0.01);
-        QCOMPARE(meter.minDB(), -40.0);
-        QVERIFY(std::isinf(MeteringView().minDB()));
+        ClockedMeter noLight(120, false);
+        noLight.feed(3.0f);
+        QCOMPARE(noLight.clipValue(0), 0);
     }
 };
 

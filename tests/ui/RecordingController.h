@@ -7,47 +7,41 @@
 
 // Notes which handler a panel called, with which sender.
 class RecordingController : public Tolm::Ui::PanelController {
-public:
+  public:
     QStringList calls;
     QObject* lastSender = nullptr;
     float lastGain = -1000.0f;
 
-    void doCloseButton(QObject* s) override { note("doCloseButton", s); }
-    void showHelp(QObject* s) override { note("showHelp", s); }
-    void doNextButton1(QObject* s) override { note("doNextButton1", s); }
-    void doNextButtonSelectDevice(QObject* s) override { note("doNextButtonSelectDevice", s); }
-    void doBackButtonSelectDevice(QObject* s) override { note("doBackButtonSelectDevice", s); }
-    void doNextButtonSelectTape(QObject* s) override { note("doNextButtonSelectTape", s); }
-    void doBackButtonSelectTape(QObject* s) override { note("doBackButtonSelectTape", s); }
-    void doBackButton2(QObject* s) override { note("doBackButton2", s); }
-    void doRecordButton(QObject* s, bool normalization, bool clickRemoval) override
+    // clang-format off
+#define TOLM_NOTE(handler) \
+    void handler(QObject* s) override { note(QStringLiteral(#handler), s); }
+    TOLM_NOTE(doCloseButton) TOLM_NOTE(showHelp)
+    TOLM_NOTE(doNextButton1)
+    TOLM_NOTE(doNextButtonSelectDevice) TOLM_NOTE(doBackButtonSelectDevice)
+    TOLM_NOTE(doNextButtonSelectTape) TOLM_NOTE(doBackButtonSelectTape)
+    TOLM_NOTE(doBackButton2)
+    TOLM_NOTE(doNextButton3) TOLM_NOTE(doBackButton3) TOLM_NOTE(doNewTrackButton)
+    TOLM_NOTE(doNextButton4) TOLM_NOTE(doBackButton4)
+    TOLM_NOTE(doNextButton5) TOLM_NOTE(doBackButton5)
+    TOLM_NOTE(doNextButton6) TOLM_NOTE(doBackButton6)
+    TOLM_NOTE(doNextButton7) TOLM_NOTE(doBackButton7)
+    TOLM_NOTE(doNextButton8) TOLM_NOTE(doBackButton8)
+    TOLM_NOTE(doNextButton9) TOLM_NOTE(doBackButton9)
+    TOLM_NOTE(doNextButton10) TOLM_NOTE(doBackButton10)
+#undef TOLM_NOTE
+        // clang-format on
+
+        void doRecordButton(QObject* s, bool normalization, bool clickRemoval) override
     {
         note(QStringLiteral("doRecordButton(%1,%2)").arg(int(normalization)).arg(int(clickRemoval)), s);
     }
-    void doBackButton3(QObject* s) override { note("doBackButton3", s); }
-    void doNextButton3(QObject* s) override { note("doNextButton3", s); }
-    void doNewTrackButton(QObject* s) override { note("doNewTrackButton", s); }
-    void doBackButton4(QObject* s) override { note("doBackButton4", s); }
-    void doNextButton4(QObject* s) override { note("doNextButton4", s); }
-    void doBackButton5(QObject* s) override { note("doBackButton5", s); }
-    void doNextButton5(QObject* s) override { note("doNextButton5", s); }
-    void doBackButton6(QObject* s) override { note("doBackButton6", s); }
-    void doNextButton6(QObject* s) override { note("doNextButton6", s); }
-    void doBackButton7(QObject* s) override { note("doBackButton7", s); }
-    void doNextButton7(QObject* s) override { note("doNextButton7", s); }
-    void doBackButton8(QObject* s) override { note("doBackButton8", s); }
-    void doNextButton8(QObject* s) override { note("doNextButton8", s); }
-    void doBackButton9(QObject* s) override { note("doBackButton9", s); }
-    void doNextButton9(QObject* s) override { note("doNextButton9", s); }
-    void doBackButton10(QObject* s) override { note("doBackButton10", s); }
-    void doNextButton10(QObject* s) override { note("doNextButton10", s); }
     void setRecordingGainDb(float db) override
     {
         lastGain = db;
         calls << QStringLiteral("setRecordingGainDb");
     }
 
-private:
+  private:
     void note(const QString& call, QObject* sender)
     {
         calls << call;

@@ -49,8 +49,7 @@ struct ShortSide {
 QStringList LibraryFiles(const QString& folder)
 {
     QStringList files;
-    QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext())
+    for (QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories); it.hasNext();)
         files << QDir(folder).relativeFilePath(it.next());
     files.sort();
     return files;
@@ -74,6 +73,22 @@ Tags ReadTags(const QString& path)
     return tags;
 }
 
+// A music library in a temporary folder, `below` it, for the test's run.
+struct TemporaryLibrary {
+    explicit TemporaryLibrary(const char* below) : folder(root.filePath(QString::fromLatin1(below)))
+    {
+        Tolm::Library::LibrarySettings::overrideFolder(folder);
+        Tolm::Library::LibrarySettings::overrideFormat(Tolm::Library::ImportFormat::Flac);
+    }
+    ~TemporaryLibrary()
+    {
+        Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
+        Tolm::Library::LibrarySettings::overrideFormat(std::nullopt);
+    }
+    QTemporaryDir root;
+    QString folder;
+};
+
 } // namespace
 
 class WizardSessionTest : public QObject {
@@ -89,33 +104,23 @@ class WizardSessionTest : public QObject {
 
     void aRecordFromTurntableToLibrary()
     {
-        QTemporaryDir root;
-        QVERIFY(root.isValid());
-        const QString library = root.filePath(QStringLiteral("Music"));
-        QVERIFY(QDir().mkpath(library));
-        Tolm::Library::LibrarySettings::overrideFolder(library);
-        Tolm::Library::LibrarySettings::overrideFormat(Tolm::Library::ImportFormat::Flac);
-        RemoveTrackFiles();
-
-        Rig rig;
-        const AudioDeviceID codec = rig.plug(kCodec, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
-        MessageBoxAnswerer boxes;
-        auto wizard = std::make_unique<AppDelegate>();
-        wizard->window()->show();
-        Audio& audio = wizard->audioController();
+        TemporaryLibrary library("Music");
+        QVERIFY(QDir().mkpath(library.folder));
+        Wizard wizard({kCodec}, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
+        Audio& audio = wizard.audio();
 
         // Connect: a codec that may sit in a turntable or a deck, so the wizard asks.
-        QVERIFY(Press(*wizard, "nextButton"));
+        QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard->selectedPanel(), 11u);
-        QVERIFY(Press(*wizard, "selectDevicePlatina"));
-        QVERIFY(Press(*wizard, "nextButton"));
+        QVERIFY(wizard.press("selectDevicePlatina"));
+        QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard->selectedPanel(), 2u);
-        QVERIFY(PlayingThrough(*wizard));
-        QVERIFY(Button(*wizard, 2, "automaticallySplitTracks")->isChecked());
+        QVERIFY(wizard.playingThrough());
+        QVERIFY(wizard.button(2, "automaticallySplitTracks")->isChecked());
 
-        QVERIFY(Press(*wizard, "nextButton")); // Record
+        QVERIFY(wizard.press("nextButton")); // Record
         QCOMPARE(wizard->selectedPanel(), 3u);
-        QVERIFY(!Button(*wizard, 3, "splitTracksButton")->isVisible());
+        QVERIFY(!wizard.button(3, "splitTracksButton")->isVisible());
 
         // The side, pumped faster than it plays but paced, so the file writer keeps up.
         constexpr double kSpeedUp = 25.0;
@@ -126,7 +131,7 @@ class WizardSessionTest : public QObject {
         const UInt64 end = UInt64(ShortSide::kLength * kRate);
         UInt32 mostTracks = 0;
         while (pumped < end && wizard->selectedPanel() == 3) {
-            rig.hardware->Pump(codec, kChunk);
+            wizard.rig.hardware->Pump(wizard.inputs.front(), kChunk);
             pumped += kChunk;
             QCoreApplication::processEvents();
             mostTracks = std::max(mostTracks, audio.numRecordedTracks());
@@ -137,14 +142,14 @@ class WizardSessionTest : public QObject {
         // The end of the side: the run-out's track is dropped and the names are asked for.
         QCOMPARE(wizard->selectedPanel(), 7u);
         QVERIFY(!audio.recording());
-        QVERIFY(!PlayingThrough(*wizard));
+        QVERIFY(!wizard.playingThrough());
         QCOMPARE(mostTracks, 4u);
         QCOMPARE(audio.numRecordedTracks(), 3u);
-        QCOMPARE(boxes.count(), 0);
-        QCOMPARE(UsableNameFields(*wizard, 7), QStringLiteral("xxx......."));
+        QCOMPARE(wizard.boxes.seen.size(), 0);
+        QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxx......."));
         // Each name field tells how long its track is: a piece and the part of a gap around it.
         for (int tag = 61; tag <= 63; ++tag) {
-            const auto* field = qobject_cast<Tolm::Ui::TrackNameField*>(Field(*wizard, 7, tag));
+            const auto* field = qobject_cast<Tolm::Ui::TrackNameField*>(wizard.field(7, tag));
             QVERIFY(field);
             QVERIFY2(QRegularExpression(QStringLiteral("^0:1[3-6]$")).match(field->duration()).hasMatch(),
                      qPrintable(field->duration()));
@@ -152,22 +157,22 @@ class WizardSessionTest : public QObject {
 
         const QStringList titles{QStringLiteral("Morning Train"), QStringLiteral("Paper Boats / Reprise"),
                                  QStringLiteral("Blue Hour")};
-        QTest::keyClicks(Field(*wizard, 7, 51), QStringLiteral("Nina Berg"));
-        QTest::keyClicks(Field(*wizard, 7, 52), QStringLiteral("Songs from the Attic"));
+        QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
+        QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Songs from the Attic"));
         for (int i = 0; i < titles.size(); ++i)
-            QTest::keyClicks(Field(*wizard, 7, 61 + i), titles[i]);
+            QTest::keyClicks(wizard.field(7, 61 + i), titles[i]);
 
-        QVERIFY(Press(*wizard, "nextButton"));
+        QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard->selectedPanel(), 5u);
         QVERIFY(wizard->exporting());
         QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 120000));
-        QCOMPARE(boxes.count(), 0);
+        QCOMPARE(wizard.boxes.seen.size(), 0);
         QCOMPARE(audio.numRecordedTracks(), 0u);
 
-        const QStringList files = LibraryFiles(library);
+        const QStringList files = LibraryFiles(library.folder);
         QCOMPARE(files.size(), 3);
         for (int i = 0; i < titles.size(); ++i) {
-            const Tags tags = ReadTags(QDir(library).filePath(files[i]));
+            const Tags tags = ReadTags(QDir(library.folder).filePath(files[i]));
             QCOMPARE(tags.artist, QStringLiteral("Nina Berg"));
             QCOMPARE(tags.album, QStringLiteral("Songs from the Attic"));
             QCOMPARE(tags.title, titles[i]);
@@ -178,14 +183,9 @@ class WizardSessionTest : public QObject {
             QVERIFY(!QFile::exists(Audio::fileNameForTrack(track)));
 
         // Another record: "yes" is the default answer, and the level panel listens again.
-        QVERIFY(Press(*wizard, "nextButton"));
+        QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard->selectedPanel(), 2u);
-        QVERIFY(PlayingThrough(*wizard));
-
-        wizard.reset();
-        RemoveTrackFiles();
-        Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
-        Tolm::Library::LibrarySettings::overrideFormat(std::nullopt);
+        QVERIFY(wizard.playingThrough());
     }
 
     // The export waits for a library on a drive that is not plugged in, says so and names the
@@ -200,47 +200,36 @@ class WizardSessionTest : public QObject {
     void aLibraryThatIsAwayIsWaitedFor()
     {
         QFETCH(bool, closeWhileWaiting);
-        QTemporaryDir root;
-        const QString library = root.filePath(QStringLiteral("usb/Music"));
-        Tolm::Library::LibrarySettings::overrideFolder(library);
-        RemoveTrackFiles();
-
-        Rig rig;
-        const AudioDeviceID turntable =
-            rig.plug(kPlainTurntable, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
-        MessageBoxAnswerer boxes;
-        auto wizard = std::make_unique<AppDelegate>();
-        wizard->window()->show();
-        QVERIFY(Press(*wizard, "nextButton"));
-        Button(*wizard, 2, "automaticallySplitTracks")->setChecked(false);
-        QVERIFY(Press(*wizard, "nextButton"));
-        rig.hardware->Pump(turntable, 3 * 44100);
-        QVERIFY(Press(*wizard, "nextButton"));
+        TemporaryLibrary library("usb/Music");
+        Wizard wizard({kPlainTurntable}, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
+        QVERIFY(wizard.startRecording());
+        wizard.rig.hardware->Pump(wizard.inputs.front(), 3 * 44100);
+        QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard->selectedPanel(), 4u);
-        QTest::keyClicks(Field(*wizard, 4, 12), QStringLiteral("Encore"));
-        QVERIFY(Press(*wizard, "nextButton"));
+        QTest::keyClicks(wizard.field(4, 12), QStringLiteral("Encore"));
+        QVERIFY(wizard.press("nextButton"));
 
-        QVERIFY(WaitFor([&] { return boxes.count() > 0; }));
-        QCOMPARE(boxes.seen.first().text, Warning("IDS_WARNING"));
-        QVERIFY(boxes.seen.first().informativeText.startsWith(Warning("IDS_ITUNES_ERROR")));
-        QVERIFY(boxes.seen.first().informativeText.contains(library));
+        const auto& boxes = wizard.boxes.seen;
+        QVERIFY(WaitFor([&] { return !boxes.isEmpty(); }));
+        QCOMPARE(boxes.first().text, Tolm::Localized("IDS_WARNING"));
+        QVERIFY(boxes.first().informativeText.startsWith(Tolm::Localized("IDS_ITUNES_ERROR")));
+        QVERIFY(boxes.first().informativeText.contains(library.folder));
         QCOMPARE(wizard->selectedPanel(), 5u);
 
         if (closeWhileWaiting) {
             // Without events handled, the next alert the export asks for stays unanswered:
             // closing must not wait for it.
             QTest::qSleep(2500);
-            wizard.reset();
+            wizard.app.reset();
             QVERIFY(QFile::exists(Audio::fileNameForTrack(1)));
         } else {
-            QVERIFY(QDir().mkpath(library));
+            QVERIFY(QDir().mkpath(library.folder));
             QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
-            QCOMPARE(LibraryFiles(library).size(), 1);
+            const QStringList files = LibraryFiles(library.folder);
+            QCOMPARE(files.size(), 1);
+            QCOMPARE(ReadTags(QDir(library.folder).filePath(files[0])).title, QStringLiteral("Encore"));
             QVERIFY(!QFile::exists(Audio::fileNameForTrack(1)));
-            wizard.reset();
         }
-        RemoveTrackFiles();
-        Tolm::Library::LibrarySettings::overrideFolder(std::nullopt);
     }
 };
 

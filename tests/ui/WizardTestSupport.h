@@ -18,9 +18,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
-#include <QStringList>
 #include <QTimer>
 #include <QtTest>
 #include <functional>
@@ -47,14 +45,13 @@ class Rig {
   public:
     Rig()
     {
-        hardware = std::make_shared<Tolm::Platform::VirtualAudioHardware>(
-            Tolm::Platform::VirtualAudioHardware::Clock::Manual);
+        using Tolm::Platform::VirtualAudioHardware;
+        hardware = std::make_shared<VirtualAudioHardware>(VirtualAudioHardware::Clock::Manual);
         Tolm::Platform::VirtualDeviceSpec out;
         out.name = "Speakers";
         out.outputChannels = 2;
         hardware->SetDefaultOutputDevice(hardware->AddDevice(out));
         Tolm::Platform::SetHardware(hardware);
-        bus = std::make_shared<Tolm::Platform::FakeUsbBus>();
         Tolm::Platform::SetUsbBus(bus);
     }
     ~Rig()
@@ -65,12 +62,7 @@ class Rig {
     Rig(const Rig&) = delete;
     Rig& operator=(const Rig&) = delete;
 
-    // The device on the bus and its input in the sound system; silent unless a source is given.
-    AudioDeviceID plug(const Device& device, std::shared_ptr<Tolm::Platform::SignalSource> source = nullptr)
-    {
-        bus->Add(device.vendor, device.product);
-        return addInput(device.input, std::move(source));
-    }
+    // An input in the sound system; silent unless a source is given.
     AudioDeviceID addInput(const char* name, std::shared_ptr<Tolm::Platform::SignalSource> source = nullptr)
     {
         Tolm::Platform::VirtualDeviceSpec spec;
@@ -83,7 +75,7 @@ class Rig {
     }
 
     std::shared_ptr<Tolm::Platform::VirtualAudioHardware> hardware;
-    std::shared_ptr<Tolm::Platform::FakeUsbBus> bus;
+    std::shared_ptr<Tolm::Platform::FakeUsbBus> bus = std::make_shared<Tolm::Platform::FakeUsbBus>();
 };
 
 // Answers every modal message box as a user would and notes what it said.
@@ -104,15 +96,15 @@ class MessageBoxAnswerer : public QObject {
     QString answer;
     QList<Seen> seen;
 
-    void clear() { seen.clear(); }
-    int count() const { return int(seen.size()); }
     bool saw(const QString& text, const QString& informativeText) const
     {
-        for (const Seen& box : seen) {
-            if (box.text == text && box.informativeText == informativeText)
-                return true;
-        }
-        return false;
+        return std::any_of(seen.begin(), seen.end(), [&](const Seen& box) {
+            return box.text == text && box.informativeText == informativeText;
+        });
+    }
+    bool sawWarning(const char* key) const
+    {
+        return saw(Tolm::Localized("IDS_WARNING"), Tolm::Localized(key));
     }
 
   private:
@@ -133,54 +125,93 @@ class MessageBoxAnswerer : public QObject {
     QTimer mTimer;
 };
 
-inline QString Warning(const char* key)
+inline void RemoveTrackFiles()
 {
-    return Tolm::Localized(key);
+    for (UInt32 track = 1; track <= 45; ++track)
+        QFile::remove(Audio::fileNameForTrack(track));
 }
 
-inline bool PlayingThrough(const AppDelegate& wizard)
-{
-    const auto* host = wizard.audioController().playThru();
-    return host && host->IsRunning();
-}
-
-inline QAbstractButton* Button(const AppDelegate& wizard, unsigned panel, const char* name)
-{
-    CustomView* view = wizard.panelView(panel);
-    return view ? view->findChild<QAbstractButton*>(QString::fromLatin1(name)) : nullptr;
-}
-
-// A click in the middle of the button, where its artwork is opaque.
-inline bool Click(QAbstractButton* button)
-{
-    if (!button || !button->isVisible() || !button->isEnabled())
-        return false;
-    QTest::mouseClick(button, Qt::LeftButton, Qt::NoModifier, button->rect().center());
-    return true;
-}
-
-inline bool Press(const AppDelegate& wizard, const char* name)
-{
-    return Click(Button(wizard, wizard.selectedPanel(), name));
-}
-
-inline QLineEdit* Field(const AppDelegate& wizard, unsigned panel, int tag)
-{
-    CustomView* view = wizard.panelView(panel);
-    return view ? qobject_cast<QLineEdit*>(view->viewWithTag(tag)) : nullptr;
-}
-
-// Which of a panel's ten track name fields a user can type in: "x" usable, "." not.
-inline QString UsableNameFields(const AppDelegate& wizard, unsigned panel)
-{
-    const int firstTag = panel == 7 ? 61 : 71 + int(panel - 8) * 10;
-    QString usable;
-    for (int tag = firstTag; tag < firstTag + 10; ++tag) {
-        const QLineEdit* field = Field(wizard, panel, tag);
-        usable += field && field->isVisible() && field->isEnabled() ? QLatin1Char('x') : QLatin1Char('.');
+// The wizard with its devices on the bus, their inputs playing `source`, and its window shown.
+struct Wizard {
+    explicit Wizard(std::initializer_list<Device> devices,
+                    std::shared_ptr<Tolm::Platform::SignalSource> source = nullptr)
+    {
+        RemoveTrackFiles();
+        for (const Device& device : devices) {
+            rig.bus->Add(device.vendor, device.product);
+            inputs.push_back(rig.addInput(device.input, source));
+        }
+        app = std::make_unique<AppDelegate>();
+        app->window()->show();
     }
-    return usable;
-}
+    ~Wizard()
+    {
+        app.reset();
+        RemoveTrackFiles();
+    }
+
+    AppDelegate& operator*() const { return *app; }
+    AppDelegate* operator->() const { return app.get(); }
+    Audio& audio() const { return app->audioController(); }
+
+    bool playingThrough() const
+    {
+        const auto* host = audio().playThru();
+        return host && host->IsRunning();
+    }
+    QAbstractButton* button(unsigned panel, const char* name) const
+    {
+        CustomView* view = app->panelView(panel);
+        return view ? view->findChild<QAbstractButton*>(QString::fromLatin1(name)) : nullptr;
+    }
+    // A click in the middle of the button on the panel shown, where its artwork is opaque.
+    bool press(const char* name) const
+    {
+        QAbstractButton* target = button(app->selectedPanel(), name);
+        if (!target || !target->isVisible() || !target->isEnabled())
+            return false;
+        QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, target->rect().center());
+        return true;
+    }
+    QLineEdit* field(unsigned panel, int tag) const
+    {
+        CustomView* view = app->panelView(panel);
+        return view ? qobject_cast<QLineEdit*>(view->viewWithTag(tag)) : nullptr;
+    }
+    // Which of a panel's ten track name fields a user can type in: "x" usable, "." not.
+    QString usableNameFields(unsigned panel) const
+    {
+        const int firstTag = panel == 7 ? 61 : 71 + int(panel - 8) * 10;
+        QString usable;
+        for (int tag = firstTag; tag < firstTag + 10; ++tag) {
+            const QLineEdit* f = field(panel, tag);
+            usable += f && f->isVisible() && f->isEnabled() ? QLatin1Char('x') : QLatin1Char('.');
+        }
+        return usable;
+    }
+    // Level panel, automatic splitting as given, Record: the recording panel.
+    bool startRecording(bool split = false) const
+    {
+        if (!press("nextButton") || app->selectedPanel() != 2)
+            return false;
+        button(2, "automaticallySplitTracks")->setChecked(split);
+        return press("nextButton") && app->selectedPanel() == 3;
+    }
+    // Records `tracks` tracks by hand and stops: the naming panels.
+    bool recordAndStop(UInt32 tracks) const
+    {
+        if (!startRecording())
+            return false;
+        while (audio().numRecordedTracks() < tracks)
+            audio().newTrack();
+        return press("nextButton");
+    }
+
+    Rig rig;
+    std::vector<AudioDeviceID> inputs;
+    MessageBoxAnswerer boxes;
+    std::unique_ptr<AppDelegate> app;
+};
 
 inline bool WaitFor(const std::function<bool()>& done, int timeoutMs = 20000)
 {
@@ -192,12 +223,6 @@ inline bool WaitFor(const std::function<bool()>& done, int timeoutMs = 20000)
         QTest::qSleep(2);
     }
     return true;
-}
-
-inline void RemoveTrackFiles(UInt32 upTo = 45)
-{
-    for (UInt32 track = 1; track <= upTo; ++track)
-        QFile::remove(Audio::fileNameForTrack(track));
 }
 
 } // namespace WizardTest
