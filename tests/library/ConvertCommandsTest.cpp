@@ -94,26 +94,22 @@ TEST_F(ConvertCommandsTest, BadInputIsRefusedBeforeTheLibraryIsTouched)
 
 TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
 {
-    // Three pieces with quiet gaps after them, like a record's side.
-    SF_INFO info{};
-    info.samplerate = 44100;
-    info.channels = 2;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-    SNDFILE* side = sf_open(QFile::encodeName(path("side.wav")).constData(), SFM_WRITE, &info);
+    // Three pieces with quiet gaps after them, like a record's side, over a faint hiss.
+    std::vector<float> side;
     unsigned noise = 7;
-    std::vector<float> frame(2);
     for (const double seconds : {20.0, 4.0, 15.0, 4.0, 20.0, 4.0}) {
-        const bool gap = seconds == 4.0;
         for (long i = 0; i < long(seconds * 44100); ++i) {
             noise = noise * 1664525u + 1013904223u;
-            const float hiss = (float(noise >> 8) / float(1u << 24) - 0.5f);
+            const float hiss = float(noise >> 8) / float(1u << 24) - 0.5f;
             const float music =
-                gap ? 0.0f : 0.3f * float(std::sin(2 * M_PI * 330.0 * i / 44100.0)) + 0.2f * hiss;
-            frame[0] = frame[1] = music + 0.0005f * hiss;
-            sf_writef_float(side, frame.data(), 1);
+                seconds == 4.0 ? 0.0f : 0.3f * float(std::sin(2 * M_PI * 330.0 * i / 44100.0)) + 0.2f * hiss;
+            side.insert(side.end(), 2, music + 0.0005f * hiss);
         }
     }
-    sf_close(side);
+    SF_INFO info{0, 44100, 2, SF_FORMAT_WAV | SF_FORMAT_FLOAT, 0, 0};
+    SNDFILE* file = sf_open(QFile::encodeName(path("side.wav")).constData(), SFM_WRITE, &info);
+    sf_writef_float(file, side.data(), sf_count_t(side.size() / 2));
+    sf_close(file);
 
     Result result = run({"split", "side.wav", "--artist", "Artist", "--album", "Side A", "--title", "First",
                          "--import", "--library", "Music"});

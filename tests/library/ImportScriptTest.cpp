@@ -2,7 +2,10 @@
 
 #include "LibraryTestSupport.h"
 #include "capture/InputChain.h"
+#include "capture/Localization.h"
 #include "library/AppleScriptRunner.h"
+#include "library/SafeFileName.h"
+#include "library/TrackTags.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -10,6 +13,7 @@
 
 using namespace Tolm::Library;
 using Tolm::Test::DecodeFile;
+using Tolm::Test::FilesBelow;
 
 TEST(ImportScript, EscapedNamesReadBackExactlyAsScriptLiterals)
 {
@@ -78,4 +82,80 @@ TEST(ImportScript, NormalisesToThePeakTheMetersSaw)
     const auto asIs = DecodeFile(album.filePath(QStringLiteral("02 Quiet.flac")));
     ASSERT_EQ(asIs.frames, original.frames);
     EXPECT_NEAR(asIs.samples[100], original.samples[100], 1e-6);
+}
+
+namespace {
+
+// Imports one track through the import script and returns the file it was filed as.
+QString Import(const Tolm::Test::TemporaryLibrary& library, const TrackTags& names)
+{
+    const QString track = QDir(library.scratch()).filePath(QStringLiteral("TolmACTmpFile.1.wav"));
+    Tolm::Test::WriteTrackFile(track, 44100, 4410);
+    const QStringList before = FilesBelow(library.folder());
+    QString failure;
+    EXPECT_FALSE(convertAndTagAudioFile4(track, names.artist, names.album, names.title, names.trackNumber,
+                                         false, &failure))
+        << failure.toStdString();
+    QStringList added = FilesBelow(library.folder());
+    for (const QString& file : before)
+        added.removeOne(file);
+    EXPECT_EQ(added.size(), 1) << added.join(QLatin1Char(',')).toStdString();
+    return added.isEmpty() ? QString() : QDir(library.folder()).filePath(added.front());
+}
+
+} // namespace
+
+TEST(HostileNames, TagsAreWhatWasTypedAndFileNamesAreSafe)
+{
+    Tolm::Test::TemporaryLibrary library;
+    const QString emoji = QString::fromUtf8(
+        "\xf0\x9f\x8e\xb8 Bj\xc3\xb6rk \xf0\x9d\x84\x9e \xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x8e\xa4");
+    const QString unknownTrack = Tolm::Localized("IDS_UNKNOWN_TRACK");
+    const struct {
+        TrackTags typed;
+        TrackTags tagged = {}; // when it differs from what was typed
+    } cases[]{
+        {{QStringLiteral("The \"Best\" Band"), QStringLiteral("Ends in \\"),
+          QStringLiteral("\"quoted\" \\\" mix"), QStringLiteral("1")}},
+        {{QStringLiteral("$(touch pwned)"), QStringLiteral("`touch pwned2`"),
+          QStringLiteral("; touch pwned #"), QStringLiteral("2")}},
+        {{QStringLiteral("\"; removeFile(\"x\"); \""), QStringLiteral("${runProgram('touch', ['pwned'])}"),
+          QStringLiteral("two\nlines\r\nthree\u2028four %@"), QStringLiteral("3")}},
+        {{emoji, emoji, emoji, QStringLiteral("4")}},
+        {{QStringLiteral("AC/DC"), QStringLiteral(".."), QStringLiteral("../../../escape"),
+          QStringLiteral("5")}},
+        {{QStringLiteral("."), QStringLiteral(".hidden"), QString(300, QLatin1Char('t')),
+          QStringLiteral("6")}},
+        {{QStringLiteral("Long"), QStringLiteral("Names"),
+          QString::fromUtf8("\xf0\x9f\x8e\xb8").repeated(150), QStringLiteral("7")}},
+        {{QString(), QString(), QString(), QStringLiteral("8")},
+         {Tolm::Localized("IDS_UNKNOWN_ARTIST"), Tolm::Localized("IDS_UNKNOWN_ALBUM"),
+          unknownTrack.contains(QLatin1String("%1")) ? unknownTrack.arg(8) : unknownTrack,
+          QStringLiteral("8")}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed.title.toStdString());
+        const QString filed = Import(library, c.typed);
+        ASSERT_FALSE(filed.isEmpty());
+        EXPECT_EQ(ReadTrackTags(filed), c.tagged.trackNumber.isEmpty() ? c.typed : c.tagged);
+
+        // Artist/Album/NN Title.ext, every part inside the library, visible and not too long.
+        const QString relative = QDir(library.folder()).relativeFilePath(filed);
+        const QStringList parts = relative.split(QLatin1Char('/'));
+        EXPECT_EQ(parts.size(), 3) << relative.toStdString();
+        for (const QString& part : parts) {
+            EXPECT_FALSE(part.startsWith(QLatin1Char('.'))) << part.toStdString();
+            EXPECT_LE(part.toUtf8().size(), kMaxNameBytes) << part.toStdString();
+            for (const QChar ch : part)
+                EXPECT_TRUE(ch.unicode() >= 0x20) << part.toStdString();
+        }
+    }
+    for (const QString& folder : {QDir::currentPath(), library.folder(), library.scratch()}) {
+        EXPECT_FALSE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("pwned"))))
+            << folder.toStdString();
+        EXPECT_FALSE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("pwned2"))))
+            << folder.toStdString();
+    }
+    // The script took its intermediate copies out again.
+    EXPECT_TRUE(FilesBelow(QDir(library.folder()).filePath(QStringLiteral(".tolm-intake"))).isEmpty());
 }

@@ -184,44 +184,30 @@ class CustomViewTest : public QObject {
         QVERIFY(timer->isActive());
     }
 
-    void theWindowReopensWhereItWasLeft()
+    void draggingTheBackgroundMovesTheWindowButNotAboveTheScreenAndItReopensWhereItWasLeft()
     {
         {
             CustomWindow window;
-            window.setContent(new QWidget);
+            CustomView* view = LoadPanel(QStringLiteral("Tolm_Tab1")).release();
+            view->setBackgroundImage(ImageForView(1));
+            window.setContent(view);
+            window.move(100, 150);
             window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+            const int top = QGuiApplication::primaryScreen()->geometry().top();
+            const QPoint grab = view->mapToGlobal(QPoint(300, 20));
+            SendMouse(view, QEvent::MouseButtonPress, grab, Qt::LeftButton);
+            SendMouse(view, QEvent::MouseMove, grab + QPoint(-30, 40), Qt::LeftButton);
+            QCOMPARE(window.pos(), QPoint(70, 190));
+            SendMouse(view, QEvent::MouseMove, QPoint(grab.x() - 30, top - 500), Qt::LeftButton);
+            QCOMPARE(window.pos(), QPoint(70, top - view->mapTo(&window, QPoint(0, 0)).y()));
+            SendMouse(view, QEvent::MouseButtonRelease, grab, Qt::NoButton);
             window.move(123, 45);
             window.close();
         }
         CustomWindow reopened;
         reopened.setContent(new QWidget);
         QCOMPARE(reopened.pos(), QPoint(123, 45));
-    }
-
-    void draggingTheBackgroundMovesTheWindowButNotAboveTheScreen()
-    {
-        const QRect screen(0, 100, 800, 600);
-        QCOMPARE(CustomView::DragOrigin({300, 200}, {50, 40}, screen, 14), QPoint(250, 160));
-        QCOMPARE(CustomView::DragOrigin({300, 120}, {50, 40}, screen, 14), QPoint(250, 86));
-        // Left, right and bottom are free.
-        QCOMPARE(CustomView::DragOrigin({10, 900}, {50, 40}, screen, 0), QPoint(-40, 860));
-        QCOMPARE(CustomView::DragOrigin({900, 120}, {50, 40}, screen, 0), QPoint(850, 100));
-
-        CustomWindow window;
-        CustomView* view = LoadPanel(QStringLiteral("Tolm_Tab1")).release();
-        view->setBackgroundImage(ImageForView(1));
-        window.setContent(view);
-        window.move(100, 150);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        const int top = QGuiApplication::primaryScreen()->geometry().top();
-        const QPoint grab = view->mapToGlobal(QPoint(300, 20));
-        SendMouse(view, QEvent::MouseButtonPress, grab, Qt::LeftButton);
-        SendMouse(view, QEvent::MouseMove, grab + QPoint(-30, 40), Qt::LeftButton);
-        QCOMPARE(window.pos(), QPoint(70, 190));
-        SendMouse(view, QEvent::MouseMove, QPoint(grab.x() - 30, top - 500), Qt::LeftButton);
-        QCOMPARE(window.pos(), QPoint(70, top - view->mapTo(&window, QPoint(0, 0)).y()));
-        SendMouse(view, QEvent::MouseButtonRelease, grab, Qt::NoButton);
     }
 };
 
