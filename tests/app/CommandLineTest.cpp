@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "DiskSpace.h"
 
 #include <gtest/gtest.h>
 
@@ -72,4 +73,14 @@ TEST(CommandLineOptions, GainAndSecondsKeepTheirDefaultUnlessGivenAValidValue)
         EXPECT_EQ(gain, c.gain) << shown;
         EXPECT_EQ(seconds, c.seconds) << shown;
     }
+}
+
+TEST(DiskSpace, MinutesThatFitScaleWithTheFormatAndAreUnknownForAMissingFolder)
+{
+    const auto stereo = MinutesThatFit("/tmp", 44100.0, 2);
+    const auto mono = MinutesThatFit("/tmp", 44100.0, 1);
+    ASSERT_TRUE(stereo && mono);
+    EXPECT_NEAR(*mono / *stereo, 2.0, 0.01); // free space may move a little between the calls
+    EXPECT_FALSE(MinutesThatFit("/nonexistent/folder", 44100.0, 2));
+    EXPECT_FALSE(MinutesThatFit("/tmp", 0.0, 2));
 }

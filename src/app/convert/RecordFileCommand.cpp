@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "DiskSpace.h"
 #include "InputDevices.h"
 #include "platform/AudioHardware.h"
 #include "platform/CAXException.h"
@@ -12,9 +13,12 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <sys/stat.h>
 #include <thread>
+
+namespace fs = std::filesystem;
 
 namespace Tolm::Convert {
 
@@ -94,6 +98,8 @@ int RunRecordFile(const std::vector<std::string>& args)
     }
 
     const Float64 fileRate = recorder->GetFile()->GetFileDataFormat().mSampleRate;
+    WarnIfShortOfSpace(fs::path(outPath).parent_path().empty() ? "." : fs::path(outPath).parent_path().string(),
+                       fileRate, channels);
     InstallStopRequestHandler();
     if (turntable)
         turntable->Side().DropNeedle(); // from the first groove
@@ -139,8 +145,12 @@ int RunRecordFile(const std::vector<std::string>& args)
     try {
         recorder->Stop();
     } catch (const CAXException& e) {
-        parser.Error(std::string("recording did not end cleanly: ") + e.Operation() + " (" +
-                     CAXException::FormatError(e.GetError()) + ")");
+        if (e.GetError() == kCAAudioFileDiskFullError)
+            parser.Error("the disk is full: the recording stops where it filled up, and what fitted is kept in " +
+                         outPath);
+        else
+            parser.Error(std::string("recording did not end cleanly: ") + e.Operation() + " (" +
+                         CAXException::FormatError(e.GetError()) + ")");
         result = kExitFailed;
     }
     const auto statistics = recorder->GetInputStatistics();

@@ -1,6 +1,7 @@
 #include "SideRecorder.h"
 
 #include "CommandLine.h"
+#include "DiskSpace.h"
 #include "InputDevices.h"
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
@@ -147,6 +148,10 @@ void SideRecorder::NewTrackByHand()
 std::optional<RecordedSide> SideRecorder::Record(bool autoSplit, const std::function<void()>& onStart)
 {
     mAlbumEnded = mFinished = false;
+    // Track files are stereo float at the device's rate, in the temporary folder.
+    Platform::AudioDeviceInfo info;
+    if (Platform::Hardware().GetDevice(mAudio.inputDeviceID(), info) == noErr)
+        WarnIfShortOfSpace("/tmp", info.nominalSampleRate, 2);
     mAudio.startPlayThru();
 
     // Record on the recording panel.
