@@ -24,7 +24,7 @@ constexpr UInt32 kRingBuffers = 20;
 // are within a fraction of a percent of each other.
 constexpr Float64 kMaxRateCorrection = 0.05;
 
-// Blocks of about 2.5 ms (128 frames at 44.1 and 48 kHz): the latency a listener hears is a
+// Blocks of under 3 ms (128 frames at 44.1 and 48 kHz): the latency a listener hears is a
 // few blocks on each side.
 UInt32 MonitorBlockFrames(Float64 rate)
 {
