@@ -149,33 +149,36 @@ TEST_F(AudioDetection, TurntableEqualiserFollowsTheRowsSoftwareRiaaFlag)
 
 TEST_F(AudioDetection, DeviceSetChangesDetectAgainWithoutStoppingTheMonitor)
 {
-    Audio audio;
-    EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
+    {
+        // One controller at a time: the gap detector is the process's.
+        Audio audio;
+        EXPECT_EQ(audio.detectAudioDevice(), Audio::kDetectNone);
 
-    // Plug in: bus entry, then the audio device; the notification selects it.
-    bus->Add(kTi, kPcm2902);
-    const AudioDeviceID codec = AddInput(kCodecName);
-    ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.playThru() != nullptr; }));
-    EXPECT_NE(audio.device(), nullptr);
-    EXPECT_EQ(audio.inputDeviceID(), codec);
-    audio.startPlayThru();
-    auto* host = audio.playThru();
-    EXPECT_TRUE(host->IsRunning());
+        // Plug in: bus entry, then the audio device; the notification selects it.
+        bus->Add(kTi, kPcm2902);
+        const AudioDeviceID codec = AddInput(kCodecName);
+        ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.playThru() != nullptr; }));
+        EXPECT_NE(audio.device(), nullptr);
+        EXPECT_EQ(audio.inputDeviceID(), codec);
+        audio.startPlayThru();
+        auto* host = audio.playThru();
+        EXPECT_TRUE(host->IsRunning());
 
-    // Unplug: the row goes, the monitor of the vanished device stays as it was.
-    bus->Remove(kTi, kPcm2902);
-    hardware->RemoveDevice(codec);
-    ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.device() == nullptr; }));
-    EXPECT_EQ(audio.playThru(), host);
-    EXPECT_EQ(audio.inputDeviceID(), codec);
+        // Unplug: the row goes, the monitor of the vanished device stays as it was.
+        bus->Remove(kTi, kPcm2902);
+        hardware->RemoveDevice(codec);
+        ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.device() == nullptr; }));
+        EXPECT_EQ(audio.playThru(), host);
+        EXPECT_EQ(audio.inputDeviceID(), codec);
 
-    // Back again under a new id: monitoring moves to it.
-    bus->Add(kTi, kPcm2902);
-    const AudioDeviceID again = AddInput(kCodecName);
-    ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.inputDeviceID() == again; }));
-    EXPECT_NE(audio.device(), nullptr);
-    EXPECT_NE(audio.playThru(), nullptr);
-    audio.stopPlayThru();
+        // Back again under a new id: monitoring moves to it.
+        bus->Add(kTi, kPcm2902);
+        const AudioDeviceID again = AddInput(kCodecName);
+        ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return audio.inputDeviceID() == again; }));
+        EXPECT_NE(audio.device(), nullptr);
+        EXPECT_NE(audio.playThru(), nullptr);
+        audio.stopPlayThru();
+    }
 
     // A controller gone before its queued notification arrives must not be touched.
     {
