@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "platform/CADecibels.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -206,7 +208,7 @@ void StatusLine::End()
 
 std::string LevelBar(float peakLinear, int width)
 {
-    const double db = peakLinear > 0.0f ? 20.0 * std::log10(double(peakLinear)) : -1000.0;
+    const double db = peakLinear > 0.0f ? ampdb(peakLinear) : -1000.0;
     const double fraction = std::clamp((db + 60.0) / 60.0, 0.0, 1.0);
     const int filled = int(std::lround(fraction * width));
     std::string bar = "[";
@@ -221,7 +223,7 @@ std::string PeakDecibels(float peakLinear)
     if (!(peakLinear > 0.0f))
         return "  -inf dB";
     char text[32];
-    std::snprintf(text, sizeof text, "%6.1f dB", 20.0 * std::log10(double(peakLinear)));
+    std::snprintf(text, sizeof text, "%6.1f dB", ampdb(peakLinear));
     return text;
 }
 

@@ -98,8 +98,8 @@ int RunRecordFile(const std::vector<std::string>& args)
     }
 
     const Float64 fileRate = recorder->GetFile()->GetFileDataFormat().mSampleRate;
-    WarnIfShortOfSpace(fs::path(outPath).parent_path().empty() ? "." : fs::path(outPath).parent_path().string(),
-                       fileRate, channels);
+    const fs::path folder = fs::path(outPath).parent_path();
+    WarnIfShortOfSpace(folder.empty() ? "." : folder.string(), fileRate, channels);
     InstallStopRequestHandler();
     if (turntable)
         turntable->Side().DropNeedle(); // from the first groove

@@ -11,6 +11,7 @@
 #include "recording/CAAudioFile.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <algorithm>
@@ -148,10 +149,11 @@ void SideRecorder::NewTrackByHand()
 std::optional<RecordedSide> SideRecorder::Record(bool autoSplit, const std::function<void()>& onStart)
 {
     mAlbumEnded = mFinished = false;
-    // Track files are stereo float at the device's rate, in the temporary folder.
+    // Track files are stereo float at the device's rate.
     Platform::AudioDeviceInfo info;
     if (Platform::Hardware().GetDevice(mAudio.inputDeviceID(), info) == noErr)
-        WarnIfShortOfSpace("/tmp", info.nominalSampleRate, 2);
+        WarnIfShortOfSpace(QFileInfo(Capture::Audio::fileNameForTrack(1)).absolutePath().toStdString(),
+                           info.nominalSampleRate, 2);
     mAudio.startPlayThru();
 
     // Record on the recording panel.
