@@ -8,13 +8,14 @@ using Platform::VirtualAudioHardware;
 
 DemoTurntable::DemoTurntable(std::shared_ptr<Platform::AudioHardware> hardware,
                              std::shared_ptr<Platform::UsbBus> bus, Kind kind, double sampleRate,
-                             VirtualAudioHardware::Clock clock)
+                             VirtualAudioHardware::Clock clock, double speed)
     : mSide(std::make_shared<DemoRecordSide>(sampleRate)),
       mHardware(std::make_shared<VirtualAudioHardware>(clock, std::move(hardware))),
       mBus(std::make_shared<Platform::FakeUsbBus>(std::move(bus))),
       mRegistration(kUsbId, kind == Kind::OwnPreamp ? kName : kBareCodecName, nullptr,
                     kind == Kind::BareCodec, kind == Kind::BareCodec, kind == Kind::BareCodec),
-      mSampleRate(sampleRate)
+      mSampleRate(sampleRate),
+      mSpeed(speed)
 {
     if (mHardware->DefaultOutputDevice() == kAudioDeviceUnknown) {
         Platform::VirtualDeviceSpec output;
@@ -51,6 +52,7 @@ void DemoTurntable::PlugIn()
     spec.inputChannels = 2;
     spec.sampleRate = mSampleRate;
     spec.usb = Platform::UsbIdentity{kUsbId.vendorId, kUsbId.productId};
+    spec.speed = mSpeed;
     mDeviceId = mHardware->AddDevice(spec, mSide);
 }
 

@@ -31,11 +31,12 @@ class DemoTurntable {
     };
 
     // `hardware` and `bus`: the real ones to sit on (null for none). Manual clock: a test
-    // pumps the turntable.
+    // pumps the turntable. `speed` above 1 plays the side that many times faster than real time.
     DemoTurntable(
         std::shared_ptr<Platform::AudioHardware> hardware, std::shared_ptr<Platform::UsbBus> bus,
         Kind kind = Kind::OwnPreamp, double sampleRate = 44100.0,
-        Platform::VirtualAudioHardware::Clock clock = Platform::VirtualAudioHardware::Clock::RealTime);
+        Platform::VirtualAudioHardware::Clock clock = Platform::VirtualAudioHardware::Clock::RealTime,
+        double speed = 1.0);
     ~DemoTurntable();
     DemoTurntable(const DemoTurntable&) = delete;
     DemoTurntable& operator=(const DemoTurntable&) = delete;
@@ -61,6 +62,7 @@ class DemoTurntable {
     std::shared_ptr<Platform::FakeUsbBus> mBus;
     KnownUsbDeviceRegistration mRegistration;
     double mSampleRate;
+    double mSpeed;
     AudioDeviceID mDeviceId = kAudioDeviceUnknown;
 };
 

@@ -302,6 +302,7 @@ void VirtualDevice::Pace()
 {
     std::unique_lock lock(runMutex);
     bool idle = true;
+    Float64 wall = 0.0; // when the next block is due, ns
     while (!stop) {
         if (runningStreams == 0) {
             runWake.wait(lock, [&] { return stop || runningStreams > 0; });
@@ -311,11 +312,14 @@ void VirtualDevice::Pace()
         lock.unlock();
         const Float64 now = Float64(AudioGetCurrentHostTime());
         // Start on time after an idle spell or a stall, rather than catching up in a burst.
-        if (idle || hostTime < now - 0.5e9)
-            hostTime = now;
+        if (idle || wall < now - 0.5e9) {
+            wall = now;
+            hostTime = std::max(hostTime, now);
+        }
         idle = false;
         MakeBlock(spec.bufferFrames);
-        const UInt64 deadline = UInt64(hostTime);
+        wall += spec.bufferFrames * 1e9 / (sampleRate.load() * rateScalar.load() * spec.speed);
+        const UInt64 deadline = UInt64(wall);
         timespec ts{time_t(deadline / 1'000'000'000u), long(deadline % 1'000'000'000u)};
         while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &ts, nullptr) == EINTR) {
         }

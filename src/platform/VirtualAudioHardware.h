@@ -39,6 +39,9 @@ struct VirtualDeviceSpec {
     UInt32 bufferFrames = 512;
     UInt32 safetyOffsetFrames = 0;
     std::optional<UsbIdentity> usb;
+    // Real-time clock only: blocks come this many times faster than the rate says (a side
+    // played through in seconds; the sample times still count at the device's rate).
+    double speed = 1.0;
 };
 
 class VirtualAudioHardware final : public AudioHardware {

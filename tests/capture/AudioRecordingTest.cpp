@@ -147,7 +147,6 @@ TEST_F(AudioRecording, GapsSplitAndTheAlbumEndStopsOnTheMainThread)
     FromAudioThread([&] { audio->albumEndDetected(); });
     EXPECT_EQ(delegate.albumEnds, 0) << "nothing happens on the audio thread";
     ASSERT_TRUE(Tolm::Test::ProcessEventsUntil([&] { return delegate.albumEnds > 0; }));
-    Tolm::Test::Settle();
     EXPECT_EQ(delegate.albumEnds, 1);
     EXPECT_EQ(delegate.tracksWhenTold, 3u);
     EXPECT_EQ(audio->numRecordedTracks(), 3u);

@@ -1,6 +1,7 @@
 #include "platform/PulseAudioHardware.h"
 
 #include "PulseDaemon.h"
+#include "WaitUntil.h"
 #include "platform/AudioHardware.h"
 #include "platform/HostTime.h"
 
@@ -16,18 +17,9 @@ using namespace Tolm::Platform;
 using Tolm::Test::PulseDaemon;
 using namespace std::chrono_literals;
 
-namespace {
+using Tolm::Test::WaitUntil;
 
-template <typename Predicate> bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = 20s)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
+namespace {
 
 // Different in every frame and channel, and exactly a float32.
 float Signal(std::uint64_t frame, unsigned channel)
@@ -268,8 +260,6 @@ TEST_F(PulseAudioHardwareTest, RealTimeInputHasADeviceClockAndUnpluggingEndsIt)
     ASSERT_TRUE(WaitUntil([&] { return !stream->IsRunning(); }));
     EXPECT_EQ(stream->GetCurrentTime(now), kAudioHardwareNotRunningError);
     const std::size_t frames = capture.frames;
-    std::this_thread::sleep_for(300ms);
-    EXPECT_EQ(capture.frames, frames);
     EXPECT_EQ(capture.wrongSampleTimes, 0);
     EXPECT_EQ(capture.wrongShapes, 0);
     for (std::size_t f = 0; f < frames; ++f)
@@ -310,7 +300,12 @@ TEST_F(PulseAudioHardwareTest, OutputStreamIsAskedForBlocksAtItsSampleTimes)
     EXPECT_EQ(stream->GetCurrentTime(now), noErr);
     ASSERT_EQ(stream->Stop(), noErr);
     const UInt64 stopped = tone.frames;
-    std::this_thread::sleep_for(50ms);
+    // Another stream on the same speakers shows the server kept asking, just not the stopped one.
+    Tone witness;
+    std::unique_ptr<AudioStream> witnessStream;
+    ASSERT_EQ(mHardware->OpenOutputStream(speakers, &Tone::Proc, &witness, witnessStream), noErr);
+    ASSERT_EQ(witnessStream->Start(), noErr);
+    ASSERT_TRUE(WaitUntil([&] { return witness.frames >= 4800; }));
     EXPECT_EQ(tone.frames, stopped);
     EXPECT_EQ(tone.wrongSampleTimes, 0);
     EXPECT_LE(tone.largestBlock, stream->BufferFrames());

@@ -2,14 +2,14 @@
 
 // Shared pieces of the recorder's tests against a real PulseAudio daemon.
 
+#include "SoundFile.h"
+#include "WaitUntil.h"
 #include "platform/AudioHardware.h"
 
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <sndfile.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace RecorderIntegration {
@@ -17,17 +17,10 @@ namespace RecorderIntegration {
 constexpr unsigned kRate = 48000;
 constexpr UInt32 kRingFrames = 32768;
 
-template <typename Predicate>
-bool WaitUntil(Predicate predicate, std::chrono::milliseconds timeout = std::chrono::seconds(20))
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!predicate()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
+using Tolm::Test::WaitUntil;
+using WavFile = Tolm::Test::SoundFile;
+
+inline WavFile ReadWav(const std::string& path) { return Tolm::Test::ReadSoundFile(path); }
 
 // Different in every frame and channel, never near 0 (silence cannot be mistaken for it)
 // and well inside ±1.
@@ -54,25 +47,6 @@ inline std::optional<AudioDeviceID> FindDevice(const std::string& name, bool inp
         },
         std::chrono::seconds(10));
     return found;
-}
-
-struct WavFile {
-    SF_INFO info{};
-    std::vector<float> samples; // interleaved
-    bool opened = false;
-};
-
-inline WavFile ReadWav(const std::string& path)
-{
-    WavFile file;
-    SNDFILE* f = sf_open(path.c_str(), SFM_READ, &file.info);
-    if (f == nullptr)
-        return file;
-    file.opened = true;
-    file.samples.resize(std::size_t(file.info.frames * file.info.channels));
-    file.info.frames = sf_readf_float(f, file.samples.data(), file.info.frames);
-    sf_close(f);
-    return file;
 }
 
 // The frame where the signal's first frame appears in the recording, if it does.

@@ -83,7 +83,9 @@ TEST_F(RecorderInterruption, UnpluggingTheSourceEndsTheRecordingWithNothingFromE
         ASSERT_TRUE(mDaemon.UnloadPipeSource());
         EXPECT_TRUE(WaitUntil([&] { return !recorder.IsInputRunning(); }));
         mDaemon.StopFeeding();
-        std::this_thread::sleep_for(std::chrono::milliseconds(500)); // time for anything to stray in
+        // A stream moved to the speakers' monitor would now be hearing them: let them play on.
+        const auto played = output->Statistics().frames;
+        ASSERT_TRUE(WaitUntil([&] { return output->Statistics().frames >= played + kRate / 2; }));
         EXPECT_NO_THROW(recorder.Stop());
         statistics = recorder.GetInputStatistics();
     }

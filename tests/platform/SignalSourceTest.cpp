@@ -1,5 +1,7 @@
 #include "platform/SignalSource.h"
 
+#include "WaitUntil.h"
+
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -50,9 +52,7 @@ struct TemporaryWav {
 // starts on a primed source would find it.
 void WaitForReadAhead(const SoundFileSource& source, UInt64 frames)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (source.Buffered() < frames && !source.ReadToEnd() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Tolm::Test::WaitUntil([&] { return source.Buffered() >= frames || source.ReadToEnd(); });
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "platform/HostTime.h"
 
+#include "WaitUntil.h"
+
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
@@ -10,19 +12,9 @@
 
 using namespace Tolm::Platform;
 using namespace std::chrono_literals;
+using Tolm::Test::WaitUntil;
 
 namespace {
-
-template <typename Predicate> bool WaitUntil(Predicate predicate)
-{
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!predicate()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
 
 // What a callback saw: each block's size and sample time, and the samples.
 struct Recording {
@@ -196,7 +188,10 @@ TEST(VirtualAudioHardware, RealTimeDevicePacesBlocksAndCanBeStoppedFromItsCallba
     EXPECT_LE(double(recording.frames), elapsed * 48000.0 + 256.0);
     ASSERT_EQ(stream->Stop(), noErr);
     const UInt64 stoppedAt = recording.frames;
-    std::this_thread::sleep_for(30ms);
+    // A second stream on the same device shows it ran on while the stopped one heard nothing.
+    Recording witness;
+    const auto witnessStream = StartedInput(hardware, id, witness);
+    ASSERT_TRUE(WaitUntil([&] { return witness.frames >= 1024; }));
     EXPECT_EQ(recording.frames, stoppedAt);
     {
         std::lock_guard lock(recording.mutex);
@@ -223,7 +218,8 @@ TEST(VirtualAudioHardware, RealTimeDevicePacesBlocksAndCanBeStoppedFromItsCallba
     selfStopping.stream = other.get();
     ASSERT_EQ(other->Start(), noErr);
     ASSERT_TRUE(WaitUntil([&] { return !other->IsRunning(); }));
-    std::this_thread::sleep_for(30ms);
+    const UInt64 witnessed = witness.frames;
+    ASSERT_TRUE(WaitUntil([&] { return witness.frames >= witnessed + 1024; }));
     EXPECT_EQ(selfStopping.calls, 3);
 }
 
@@ -248,8 +244,12 @@ TEST(VirtualAudioHardware, BackingHardwareDevicesComeFirstAndWorkThrough)
     backing->SetSampleRate(speakers, 44100.0);
     ASSERT_TRUE(WaitUntil([&] { return formatChanges == 1; }));
     hardware.RemoveListener(format); // also from the backing hardware
+    // Notifications arrive in order: once a later listener has heard the change, a removed
+    // one would have too.
+    std::atomic<int> witnessChanges{0};
+    hardware.AddStreamFormatListener(speakers, [&] { ++witnessChanges; });
     backing->SetSampleRate(speakers, 48000.0);
-    std::this_thread::sleep_for(20ms);
+    ASSERT_TRUE(WaitUntil([&] { return witnessChanges == 1; }));
     EXPECT_EQ(formatChanges, 1);
 
     Recording recording;

@@ -81,7 +81,7 @@ struct IdleWorkThread {
     {
         if (started) {
             thread->Stop();
-            if (!PollUntil([&] { return !thread->IsRunning(); }))
+            if (!WaitUntil([&] { return !thread->IsRunning(); }))
                 return; // leak rather than free a running thread
         }
         delete thread;
@@ -120,7 +120,7 @@ TEST(BufferQueue, BlocksSpanBuffersAndFlushWritesWhatWaitsInOrderOnTheCallingThr
     // Starting the work thread later finds nothing of this queue left to do.
     work.Start();
     queue.PushBuffer(4, Block(12, 4).List());
-    ASSERT_TRUE(PollUntil([&] { return queue.Count() == 5; }));
+    ASSERT_TRUE(WaitUntil([&] { return queue.Count() == 5; }));
     EXPECT_EQ(queue.Left(), Ramp(0, 16));
 
     // With the whole ring waiting, the current buffer too, each is written once.
@@ -145,7 +145,7 @@ TEST(BufferQueue, AnOverrunKeepsWhatFittedDropsTheRestAndCountsOncePerBlock)
     EXPECT_EQ(queue.GetOverrunCount(), 2);
 
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return queue.Count() == 3; }));
+    ASSERT_TRUE(WaitUntil([&] { return queue.Count() == 3; }));
     EXPECT_EQ(queue.Left(), Ramp(0, 12));
 
     // The ring is free again and continues where it stood.
@@ -164,7 +164,7 @@ TEST(BufferQueue, TwoQueuesShareTheOneProcessWideWorkThread)
         a.PushBuffer(64, Block(i * 64, 64).List());
         b.PushBuffer(64, Block(i * 64, 64).List());
     }
-    ASSERT_TRUE(PollUntil([&] { return a.Count() == 2 && b.Count() == 5; }));
+    ASSERT_TRUE(WaitUntil([&] { return a.Count() == 2 && b.Count() == 5; }));
     a.Flush();
     b.Flush();
     EXPECT_EQ(a.Left(), Ramp(0, 640));
@@ -187,7 +187,7 @@ TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTake
     // Still on the pending stack: a queue that goes away must not have them processed.
     work.thread->RemoveBuffers(removed.get());
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return kept.Count() == 2; }));
+    ASSERT_TRUE(WaitUntil([&] { return kept.Count() == 2; }));
     EXPECT_EQ(kept.Left(), Ramp(0, 8));
     EXPECT_EQ(removed->Count(), 0u);
 
@@ -197,7 +197,7 @@ TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTake
     removed.reset();
 
     kept.PushBuffer(4, Block(8, 4).List());
-    ASSERT_TRUE(PollUntil([&] { return kept.Count() == 3; }));
+    ASSERT_TRUE(WaitUntil([&] { return kept.Count() == 3; }));
 }
 
 TEST(BufferQueue, AFailingBufferEndsTheWorkThreadWithoutHoldingItsGuard)
@@ -207,7 +207,7 @@ TEST(BufferQueue, AFailingBufferEndsTheWorkThreadWithoutHoldingItsGuard)
     queue.throwOnProcess = true;
     queue.PushBuffer(8, Block(0, 8).List());
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return !work.thread->IsRunning(); }));
+    ASSERT_TRUE(WaitUntil([&] { return !work.thread->IsRunning(); }));
     work.started = false; // ended by itself
     // Would hang if the guard had been left locked.
     work.thread->RemoveBuffers(&queue);

@@ -1,26 +1,16 @@
 #pragma once
 
+#include "SoundFile.h"
+#include "WaitUntil.h"
 #include "platform/CABufferList.h"
 #include "platform/CAXException.h"
 
-#include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
-#include <sndfile.h>
 #include <string>
-#include <thread>
 #include <vector>
 
-inline bool PollUntil(const std::function<bool()>& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
+using Tolm::Test::WaitUntil;
 
 // Expects `f` to throw CAXException with this text and status (any failure when 0).
 inline void ExpectCAX(const std::function<void()>& f, const char* operation, OSStatus status = 0)
@@ -54,12 +44,7 @@ struct StereoBlock {
 // Interleaved samples as libsndfile reads them.
 inline std::vector<float> ReadWithLibsndfile(const std::string& path, SF_INFO& info)
 {
-    info = SF_INFO{};
-    SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
-    if (f == nullptr)
-        return {};
-    std::vector<float> samples(std::size_t(info.frames * info.channels));
-    sf_readf_float(f, samples.data(), info.frames);
-    sf_close(f);
-    return samples;
+    auto file = Tolm::Test::ReadSoundFile(path);
+    info = file.info;
+    return std::move(file.samples);
 }

@@ -305,7 +305,7 @@ void PulseDaemon::Feed(std::vector<float> interleaved, Pace pace)
          frames, pace);
 }
 
-void PulseDaemon::Feed(Generator generator, std::uint64_t frames, Pace pace)
+void PulseDaemon::Feed(Generator generator, std::uint64_t frames, Pace pace, Speed speed)
 {
     StopFeeding();
     mStopFeeding = false;
@@ -316,10 +316,12 @@ void PulseDaemon::Feed(Generator generator, std::uint64_t frames, Pace pace)
         mFeedError.clear();
     }
     mFeeder = std::thread(
-        [this, generator = std::move(generator), frames, pace] { FeedLoop(generator, frames, pace); });
+        [this, generator = std::move(generator), frames, pace, speed = std::move(speed)] {
+            FeedLoop(generator, frames, pace, speed);
+        });
 }
 
-void PulseDaemon::FeedLoop(Generator generator, std::uint64_t frames, Pace pace)
+void PulseDaemon::FeedLoop(Generator generator, std::uint64_t frames, Pace pace, const Speed& speed)
 {
     auto fail = [this](std::string error) {
         std::lock_guard lock(mFeedMutex);
@@ -370,7 +372,8 @@ void PulseDaemon::FeedLoop(Generator generator, std::uint64_t frames, Pace pace)
         mFramesFed = written;
 
         if (pace == Pace::RealTime) {
-            next.tv_nsec += long(count * 1'000'000'000ull / kRate);
+            const double times = speed ? speed(written) : 1.0;
+            next.tv_nsec += long(double(count * 1'000'000'000ull / kRate) / times);
             while (next.tv_nsec >= 1'000'000'000) {
                 next.tv_nsec -= 1'000'000'000;
                 ++next.tv_sec;

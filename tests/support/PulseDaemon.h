@@ -67,7 +67,10 @@ class PulseDaemon {
     enum class Pace { Unpaced, RealTime };
     using Generator = std::function<float(std::uint64_t frame, unsigned channel)>;
     void Feed(std::vector<float> interleaved, Pace pace);
-    void Feed(Generator generator, std::uint64_t frames, Pace pace);
+    // With RealTime, `speed` (times real time, by frame) can play parts faster: the server
+    // still hands every frame to every client, unlike an unpaced feed that outruns them.
+    using Speed = std::function<double(std::uint64_t frame)>;
+    void Feed(Generator generator, std::uint64_t frames, Pace pace, Speed speed = {});
     // Waits until the feeder has written everything (true) or ended early or timed out (false).
     bool WaitFed(std::chrono::milliseconds timeout);
     void StopFeeding();
@@ -79,7 +82,7 @@ class PulseDaemon {
     bool Fail(std::string reason);
     bool LaunchDaemon(std::string& error);
     void KillDaemon();
-    void FeedLoop(Generator generator, std::uint64_t frames, Pace pace);
+    void FeedLoop(Generator generator, std::uint64_t frames, Pace pace, const Speed& speed);
     std::string LogTail() const;
     void RestoreEnvironment();
 

@@ -2,6 +2,9 @@
 
 #include "platform/PulseAudioHardware.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace Tolm::Convert {
 
 namespace {
@@ -47,7 +50,13 @@ void ListInputDevices(std::FILE* to)
 
 std::unique_ptr<Capture::DemoTurntable> InstallDemoTurntable()
 {
-    auto turntable = std::make_unique<Capture::DemoTurntable>(Platform::PulseAudioHardware::Connect(), nullptr);
+    // TOLM_DEMO_SPEED plays the demo side faster than real time (tests, quick looks).
+    double speed = 1.0;
+    if (const char* text = std::getenv("TOLM_DEMO_SPEED"))
+        speed = std::clamp(std::atof(text), 1.0, 100.0);
+    auto turntable = std::make_unique<Capture::DemoTurntable>(
+        Platform::PulseAudioHardware::Connect(), nullptr, Capture::DemoTurntable::Kind::OwnPreamp, 44100.0,
+        Platform::VirtualAudioHardware::Clock::RealTime, speed);
     turntable->Install();
     return turntable;
 }
