@@ -432,6 +432,11 @@ AudioDeviceID VirtualAudioHardware::AddDevice(const VirtualDeviceSpec& spec,
     return device->id;
 }
 
+void VirtualAudioHardware::FlushNotifications()
+{
+    mImpl->notifier->Flush();
+}
+
 void VirtualAudioHardware::RemoveDevice(AudioDeviceID id)
 {
     std::shared_ptr<VirtualDevice> device;

@@ -70,6 +70,9 @@ public:
     // asked for a block. Every stream of the device sees the same sample times.
     void Pump(AudioDeviceID id, UInt32 frames);
 
+    // Returns once every notification raised so far has reached its listeners.
+    void FlushNotifications();
+
     // Output devices keep what their streams wrote (interleaved) while capture is on.
     void SetCaptureOutput(AudioDeviceID id, bool capture);
     std::vector<float> TakeCapturedOutput(AudioDeviceID id);

@@ -90,7 +90,7 @@ TEST_F(AudioDetection, OutcomeFollowsTheBusAndTheInputNames)
         }
         for (AudioDeviceID id : ids)
             hardware->RemoveDevice(id);
-        Tolm::Test::Settle();
+        Tolm::Test::DeliverNotifications(*hardware);
     }
 }
 
@@ -185,5 +185,5 @@ TEST_F(AudioDetection, DeviceSetChangesDetectAgainWithoutStoppingTheMonitor)
         Audio doomed;
         AddInput("Line In");
     }
-    Tolm::Test::Settle();
+    Tolm::Test::DeliverNotifications(*hardware);
 }

@@ -42,10 +42,11 @@ inline bool ProcessEventsUntil(const std::function<bool()>& done,
     return true;
 }
 
-// For what must not happen: gives pending notifications time to arrive and be handled.
-inline void Settle()
+// Every device-set notification raised so far, delivered and handled on this thread.
+inline void DeliverNotifications(Platform::VirtualAudioHardware& hardware)
 {
-    ProcessEventsUntil([] { return false; }, std::chrono::milliseconds(300));
+    hardware.FlushNotifications();
+    QCoreApplication::sendPostedEvents();
 }
 
 struct RecordedAlerts final : Capture::AlertPresenter {

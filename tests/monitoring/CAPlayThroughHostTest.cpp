@@ -23,28 +23,11 @@ OSStatus CountingHook(AudioBufferList*, unsigned long, long long)
     return noErr;
 }
 
-template <typename Condition>
-bool WaitFor(Condition condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
-// Lets every stream-format listener of `device` run that a change made before this call
-// would have run: ours is added last, so once it has run the others have too.
+// Changes the rate and returns once every listener of the change has run.
 void ChangeRateAndSettle(VirtualRig& rig, AudioDeviceID device, double rate)
 {
-    std::atomic<bool> seen{false};
-    auto& hardware = Tolm::Platform::Hardware();
-    const auto id = hardware.AddStreamFormatListener(device, [&] { seen = true; });
     rig.hardware->SetSampleRate(device, rate);
-    ASSERT_TRUE(WaitFor([&] { return seen.load(); }));
-    hardware.RemoveListener(id);
+    rig.hardware->FlushNotifications();
 }
 
 } // namespace
