@@ -128,7 +128,7 @@ TEST(RecordFileCommand, PipeSourceArrivesSampleForSampleAndCtrlCKeepsIt)
         daemon.Feed(&Signal, 60 * PulseDaemon::kRate, PulseDaemon::Pace::RealTime);
         ChildProgram record({TOLM_CONVERT, "record-file", "--device", "USB Audio CODEC", out.File("stopped.wav")});
         ASSERT_TRUE(WaitUntil(
-            [&] { return fs::exists(out.File("stopped.wav")) && daemon.FramesFed() > PulseDaemon::kRate; }));
+            [&] { return fs::exists(out.File("stopped.wav")) && daemon.FramesFed() > 3 * PulseDaemon::kRate; }));
         record.Signal(SIGINT);
         const auto run = record.Wait();
         daemon.StopFeeding();
@@ -136,7 +136,7 @@ TEST(RecordFileCommand, PipeSourceArrivesSampleForSampleAndCtrlCKeepsIt)
         const auto file = ReadSoundFile(out.File("stopped.wav"));
         ASSERT_TRUE(file.opened);
         const auto [start, frames] = SignalFrames(file);
-        EXPECT_GT(frames, sf_count_t(PulseDaemon::kRate) / 2);
+        EXPECT_GT(frames, 2 * sf_count_t(PulseDaemon::kRate));
         EXPECT_EQ(start + frames, file.info.frames) << "every frame to the stop is kept";
     }
 }
