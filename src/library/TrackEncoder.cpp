@@ -3,6 +3,9 @@
 #include "library/LibraryError.h"
 
 #include <QFile>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
 #include <memory>
 #include <samplerate.h>
 #include <sndfile.h>
@@ -27,6 +30,29 @@ using ResamplerHandle = std::unique_ptr<SRC_STATE, ResamplerDeleter>;
 QString SndfileError(SNDFILE* file)
 {
     return QString::fromUtf8(sf_strerror(file));
+}
+
+// Why a write failed: libsndfile's own error when it has one, else the system's (a full
+// disk), else what little is known. Some encoders fail without setting either.
+QString WriteFailure(SNDFILE* file, int systemError)
+{
+    if (sf_error(file) != SF_ERR_NO_ERROR)
+        return SndfileError(file);
+    if (systemError != 0)
+        return QString::fromLocal8Bit(std::strerror(systemError));
+    return QStringLiteral("the encoder stopped");
+}
+
+long long ReplaceNonFinite(float* samples, size_t count)
+{
+    long long replaced = 0;
+    for (size_t i = 0; i < count; ++i) {
+        if (!std::isfinite(samples[i])) {
+            samples[i] = 0.0f;
+            ++replaced;
+        }
+    }
+    return replaced;
 }
 
 void SetEncoderQuality(SNDFILE* file, ImportFormat format)
@@ -65,8 +91,12 @@ class Writer {
     {
         if (frames == 0)
             return;
-        if (sf_writef_float(mFile, samples, frames) != frames)
-            throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(mDestination, SndfileError(mFile)));
+        errno = 0;
+        if (sf_writef_float(mFile, samples, frames) != frames) {
+            const int systemError = errno;
+            throw LibraryError(
+                QStringLiteral("Cannot write %1: %2").arg(mDestination, WriteFailure(mFile, systemError)));
+        }
         mFrames += frames;
     }
     long long Frames() const { return mFrames; }
@@ -103,6 +133,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     if (!out)
         throw LibraryError(QStringLiteral("Cannot create %1: %2").arg(destination, SndfileError(nullptr)));
     SetEncoderQuality(out.get(), format);
+    if ((outInfo.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64)
+        sf_command(out.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
 
     ResamplerHandle resampler;
     const double ratio = double(outInfo.samplerate) / double(inInfo.samplerate);
@@ -119,11 +151,13 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     std::vector<float> output(resampler ? size_t(outBlockFrames) * size_t(channels) : 0);
     Writer writer(out.get(), destination);
     long long framesRead = 0;
+    long long replaced = 0;
     for (bool last = false; !last;) {
         const sf_count_t got = sf_readf_float(in.get(), input.data(), kBlockFrames);
         if (got < 0)
             throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(in.get())));
         last = got < kBlockFrames;
+        replaced += ReplaceNonFinite(input.data(), size_t(got) * size_t(channels));
         framesRead += got;
         if (!resampler) {
             writer.Write(input.data(), got);
@@ -149,10 +183,15 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
             progress(double(framesRead) / double(inInfo.frames));
     }
 
-    if (const int error = sf_close(out.release()))
+    errno = 0;
+    if (const int error = sf_close(out.release())) {
+        const int systemError = errno;
         throw LibraryError(QStringLiteral("Cannot finish %1: %2")
-                               .arg(destination, QString::fromUtf8(sf_error_number(error))));
-    return {outInfo.samplerate, writer.Frames()};
+                               .arg(destination, error == SF_ERR_SYSTEM && systemError != 0
+                                                     ? QString::fromLocal8Bit(std::strerror(systemError))
+                                                     : QString::fromUtf8(sf_error_number(error))));
+    }
+    return {outInfo.samplerate, writer.Frames(), replaced};
 }
 
 } // namespace Tolm::Library
