@@ -72,9 +72,9 @@ void ConsoleExport::trackKept(UInt32 track, const QString&, const QString& reaso
 
 void ConsoleExport::samplesReplaced(UInt32 track, long long count)
 {
-    std::fprintf(stderr, "\nTrack %u held %lld sample%s that %s not numbers; %s added as silence.\n",
-                 unsigned(track), count, count == 1 ? "" : "s", count == 1 ? "was" : "were",
-                 count == 1 ? "it was" : "they were");
+    std::fprintf(stderr,
+                 "\nTrack %u held %lld damaged sample%s (not a number or infinite); %s added as silence.\n",
+                 unsigned(track), count, count == 1 ? "" : "s", count == 1 ? "it was" : "they were");
 }
 
 void ConsoleExport::libraryNotAnswering(OSStatus)

@@ -52,6 +52,8 @@ void CopyFile(const QString& source, QFile& destination)
     QFile in(source);
     if (!in.open(QIODevice::ReadOnly))
         throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, in.errorString()));
+    // Written straight to the descriptor, so a full disk is reported as such.
+    const int fd = destination.handle();
     QByteArray block(1 << 20, Qt::Uninitialized);
     for (;;) {
         const qint64 got = in.read(block.data(), block.size());
@@ -59,13 +61,16 @@ void CopyFile(const QString& source, QFile& destination)
             throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, in.errorString()));
         if (got == 0)
             break;
-        if (destination.write(block.constData(), got) != got)
-            throw LibraryError(
-                QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
+        for (qint64 done = 0; done < got;) {
+            const ssize_t wrote = ::write(fd, block.constData() + done, size_t(got - done));
+            if (wrote < 0 && errno == EINTR)
+                continue;
+            if (wrote <= 0)
+                throw LibraryError(
+                    QStringLiteral("Cannot copy %1 into the library: %2").arg(source, ErrnoText()));
+            done += wrote;
+        }
     }
-    if (!destination.flush())
-        throw LibraryError(
-            QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
 }
 
 QString NumberPrefix(const QString& trackNumber)
@@ -119,10 +124,10 @@ bool LinkInto(const QString& source, const QString& folder, const QString& suffi
 {
     const QByteArray from = QFile::encodeName(source);
     for (int attempt = 0; attempt < 100; ++attempt) {
-        const QString candidate = QDir(folder).filePath(
-            QStringLiteral("track-%1.%2")
-                .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'))
-                .arg(suffix));
+        const QString candidate =
+            QDir(folder).filePath(QStringLiteral("track-%1.%2")
+                                      .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'))
+                                      .arg(suffix));
         if (::link(from.constData(), QFile::encodeName(candidate).constData()) == 0) {
             linked = candidate;
             return true;

@@ -3,12 +3,14 @@
 #include "library/LibraryError.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <memory>
 #include <samplerate.h>
 #include <sndfile.h>
+#include <sys/statvfs.h>
 #include <vector>
 
 namespace Tolm::Library {
@@ -16,6 +18,8 @@ namespace Tolm::Library {
 namespace {
 
 constexpr sf_count_t kBlockFrames = 8192;
+// Less free space than this after a failed write: the disk is full.
+constexpr unsigned long long kDiskFullBytes = 1 << 20;
 
 struct SndfileCloser {
     void operator()(SNDFILE* file) const { sf_close(file); }
@@ -32,14 +36,24 @@ QString SndfileError(SNDFILE* file)
     return QString::fromUtf8(sf_strerror(file));
 }
 
-// Why a write failed: libsndfile's own error when it has one, else the system's (a full
-// disk), else what little is known. Some encoders fail without setting either.
-QString WriteFailure(SNDFILE* file, int systemError)
+bool DiskFull(const QString& path)
 {
-    if (sf_error(file) != SF_ERR_NO_ERROR)
-        return SndfileError(file);
+    struct statvfs disk {};
+    const QByteArray folder = QFile::encodeName(QFileInfo(path).absolutePath());
+    return ::statvfs(folder.constData(), &disk) == 0 && disk.f_bavail * disk.f_frsize < kDiskFullBytes;
+}
+
+// Why a write failed. The encoders behind libsndfile often hide a full disk behind their
+// own words ("problem with initialization of the flac decoder") or none at all, so the
+// disk is asked first.
+QString WriteFailure(SNDFILE* file, const QString& path, int systemError)
+{
+    if (systemError == ENOSPC || systemError == EDQUOT || DiskFull(path))
+        return QString::fromLocal8Bit(std::strerror(ENOSPC));
     if (systemError != 0)
         return QString::fromLocal8Bit(std::strerror(systemError));
+    if (sf_error(file) != SF_ERR_NO_ERROR)
+        return SndfileError(file);
     return QStringLiteral("the encoder stopped");
 }
 
@@ -94,8 +108,8 @@ class Writer {
         errno = 0;
         if (sf_writef_float(mFile, samples, frames) != frames) {
             const int systemError = errno;
-            throw LibraryError(
-                QStringLiteral("Cannot write %1: %2").arg(mDestination, WriteFailure(mFile, systemError)));
+            throw LibraryError(QStringLiteral("Cannot write %1: %2")
+                                   .arg(mDestination, WriteFailure(mFile, mDestination, systemError)));
         }
         mFrames += frames;
     }
@@ -187,8 +201,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     if (const int error = sf_close(out.release())) {
         const int systemError = errno;
         throw LibraryError(QStringLiteral("Cannot finish %1: %2")
-                               .arg(destination, error == SF_ERR_SYSTEM && systemError != 0
-                                                     ? QString::fromLocal8Bit(std::strerror(systemError))
+                               .arg(destination, error == SF_ERR_SYSTEM || DiskFull(destination)
+                                                     ? WriteFailure(nullptr, destination, systemError)
                                                      : QString::fromUtf8(sf_error_number(error))));
     }
     return {outInfo.samplerate, writer.Frames(), replaced};

@@ -19,8 +19,10 @@ TEST(ImportScript, APathIsAValueWhateverItHolds)
 {
     // Quotes, a line break and script code in a folder name: the track goes in, nothing runs.
     Tolm::Test::TemporaryLibrary library;
-    const QDir folder(QDir(library.scratch()).filePath(
-        QStringLiteral("a\"b'c\\\n\"; runProgram(\"touch\", [\"pwned\"]); \"${runProgram('touch', ['pwned'])}")));
+    const QDir folder(
+        QDir(library.scratch())
+            .filePath(QStringLiteral(
+                "a\"b'c\\\n\"; runProgram(\"touch\", [\"pwned\"]); \"${runProgram('touch', ['pwned'])}")));
     ASSERT_TRUE(QDir().mkpath(folder.path()));
     const QString track = folder.filePath(QStringLiteral("TolmACTmpFile.1.wav"));
     Tolm::Test::WriteTrackFile(track, 44100, 4410);

@@ -22,7 +22,7 @@ namespace {
 
 unsigned Mode(const QString& path)
 {
-    struct stat info{};
+    struct stat info {};
     return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? unsigned(info.st_mode & 07777) : 0u;
 }
 
