@@ -266,6 +266,7 @@ MusicLibrary::TrackPtr MusicLibrary::add(const QString& file)
 
     auto track = std::make_shared<Track>();
     track->location = location;
+    track->origin = file;
     track->tags = ReadTrackTags(file).value_or(TrackTags{});
     if (track->tags.title.isEmpty())
         track->tags.title = source.completeBaseName();
@@ -290,7 +291,13 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
     TrackEncoder::Progress progress;
     if (tObserver != nullptr)
         progress = [observer = tObserver](double fraction) { observer->conversionProgress(fraction); };
-    const auto result = TrackEncoder::Encode(track->location, encoded.path(), format, progress);
+    TrackEncoder::Result result{};
+    try {
+        result = TrackEncoder::Encode(track->location, encoded.path(), format, progress);
+    } catch (const LibraryError& error) {
+        // The intake copy is gone by the time anyone reads this; the file the user knows is not.
+        throw LibraryError(error.message().replace(track->location, track->origin));
+    }
     if (result.replacedSamples > 0 && tObserver != nullptr)
         tObserver->samplesReplaced(result.replacedSamples);
     WriteTrackTags(encoded.path(), format, tags);

@@ -46,6 +46,7 @@ class MusicLibrary {
         enum class Kind { Added, Filed };
         Kind kind = Kind::Added;
         QString location;
+        QString origin; // the file an added track was made from, named in messages
         TrackTags tags;
         std::optional<ImportFormat> format; // of a filed track
     };
