@@ -80,6 +80,12 @@ QString NumberPrefix(const QString& trackNumber)
     return ok && number > 0 ? QStringLiteral("%1 ").arg(number, 2, 10, QLatin1Char('0')) : QString();
 }
 
+bool IsRf64(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(4) == "RF64";
+}
+
 // A new hidden file in a folder, removed again unless kept. Unlike QTemporaryFile (always
 // 0600) it is made with the mode the umask allows, which the file keeps when it is filed.
 class PendingFile {
@@ -300,7 +306,9 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
     }
     if (result.replacedSamples > 0 && tObserver != nullptr)
         tObserver->samplesReplaced(result.replacedSamples);
-    WriteTrackTags(encoded.path(), format, tags);
+    // A WAV past 4 GiB is RF64, which no tagger opens; it is filed by its names alone.
+    if (format != ImportFormat::Wav || !IsRf64(encoded.path()))
+        WriteTrackTags(encoded.path(), format, tags);
 
     const QString title = SafeNameComponent(tags.title, UnknownTrackName(tags.trackNumber));
     const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags.trackNumber) + title, suffix);
