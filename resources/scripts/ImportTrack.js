@@ -1,18 +1,21 @@
 // Imports one recorded track into the music library: adds the file, tags the added track,
 // converts it to the user's import format and then takes the intermediate copy out again.
-// Filled in by the program, in order: the track file's path, the artist, the album, the
-// title and the track number, each as the contents of a double-quoted string.
-var thePath = "%@";
+// The program sets thePath, theArtist, theAlbum, theName and theTrackNumber before it runs:
+// they are values, never part of this text, so nothing in a path or a name can change it.
 var thisFile = posixFile(thePath);
 var newTrack = library.add(thisFile);
-newTrack.artist = "%@";
-newTrack.album = "%@";
-newTrack.name = "%@";
-newTrack.trackNumber = "%@";
-library.convert(newTrack);
 try {
-    var newTrackFile = newTrack.location;
-    library.delete(newTrack);
-    removeFile(newTrackFile);
-} catch (ignored) {
+    newTrack.artist = theArtist;
+    newTrack.album = theAlbum;
+    newTrack.name = theName;
+    newTrack.trackNumber = theTrackNumber;
+    library.convert(newTrack);
+} finally {
+    // The intermediate copy goes also when the conversion failed; its error still counts.
+    try {
+        var newTrackFile = newTrack.location;
+        library.delete(newTrack);
+        removeFile(newTrackFile);
+    } catch (ignored) {
+    }
 }

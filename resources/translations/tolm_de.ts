@@ -212,6 +212,30 @@
         <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Möchten Sie eine weitere Platte oder Kassette aufnehmen?&lt;/p&gt;</translation>
     </message>
     <message>
+        <source>IDS_TAB6_TITLE_NOT_ALL</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Nicht alle Titel sind in Ihrer Musikbibliothek&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_ADDED</source>
+        <translation>%1 von %2 Titeln wurden in %3 gespeichert.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_NOT_ADDED</source>
+        <translation>Titel %1, „%2“, wurde nicht übernommen: %3</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_KEPT</source>
+        <translation>Ihre Aufnahmen bleiben in %1 erhalten; nichts geht verloren.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_REPLACED</source>
+        <translation>%1 beschädigte Abtastwerte (keine Zahl oder unendlich) wurden als Stille übernommen.</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_OPEN_ALBUM</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#2c3440;"&gt;Albumordner öffnen&lt;/p&gt;</translation>
+    </message>
+    <message>
         <source>IDS_TAB7_TITLE</source>
         <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Titel benennen&lt;/p&gt;</translation>
     </message>

@@ -212,6 +212,30 @@
         <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Would you like to record another record or tape?&lt;/p&gt;</translation>
     </message>
     <message>
+        <source>IDS_TAB6_TITLE_NOT_ALL</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Not every track is in your music library&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_ADDED</source>
+        <translation>%1 of %2 tracks were added to %3.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_NOT_ADDED</source>
+        <translation>Track %1, “%2”, was not added: %3</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_KEPT</source>
+        <translation>Their recordings are kept in %1; nothing is lost.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB6_REPLACED</source>
+        <translation>%1 damaged samples (not a number or infinite) were added as silence.</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_OPEN_ALBUM</source>
+        <translation>&lt;p align="center" style="margin-top:0; margin-bottom:0; font-size:14px; font-weight:600; color:#2c3440;"&gt;Open the album folder&lt;/p&gt;</translation>
+    </message>
+    <message>
         <source>IDS_TAB7_TITLE</source>
         <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Name your tracks&lt;/p&gt;</translation>
     </message>

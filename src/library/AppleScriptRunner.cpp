@@ -29,13 +29,17 @@ QString MessageOf(const QJSValue& error)
 
 } // namespace
 
-OSStatus LowRunAppleScript(const void* text, std::size_t textLength, ScriptResultDescriptor* result)
+OSStatus LowRunAppleScript(const void* text, std::size_t textLength, ScriptResultDescriptor* result,
+                           const ScriptValues& values)
 {
     if (QCoreApplication::instance() == nullptr)
         return kParamError;
     const QString source = QString::fromUtf8(static_cast<const char*>(text), qsizetype(textLength));
 
     ScriptSession session;
+    QJSValue global = session.engine().globalObject();
+    for (const auto& [name, value] : values)
+        global.setProperty(name, value);
     QStringList stack;
     const QJSValue value = session.engine().evaluate(source, QStringLiteral("script"), 1, &stack);
     // Anything thrown, Error object or not, leaves a stack; an interruption leaves an error.

@@ -10,6 +10,8 @@
 
 #include "platform/CoreAudioTypes.h"
 
+#include <QList>
+#include <QPair>
 #include <QString>
 #include <cstddef>
 
@@ -32,10 +34,15 @@ struct ScriptResultDescriptor {
     QString text;
 };
 
+// Global variables set before a script runs, as (name, text) pairs: paths and names reach a
+// script this way, as values, so that no quote or line break in them can change its text.
+using ScriptValues = QList<QPair<QString, QString>>;
+
 // `text` is UTF-8 of `textLength` bytes. When `result` is given, it receives the script's
 // value as text (null when there is none) or, with kScriptError, the error message; a
 // script that does not compile leaves it untouched.
-OSStatus LowRunAppleScript(const void* text, std::size_t textLength, ScriptResultDescriptor* result);
+OSStatus LowRunAppleScript(const void* text, std::size_t textLength, ScriptResultDescriptor* result,
+                           const ScriptValues& values = {});
 
 // LowRunAppleScript of a NUL-terminated text, without a result.
 OSErr SimpleRunAppleScript(const char* text);

@@ -70,6 +70,13 @@ void ConsoleExport::trackKept(UInt32 track, const QString&, const QString& reaso
                  qPrintable(reason));
 }
 
+void ConsoleExport::samplesReplaced(UInt32 track, long long count)
+{
+    std::fprintf(stderr,
+                 "\nTrack %u held %lld damaged sample%s (not a number or infinite); %s added as silence.\n",
+                 unsigned(track), count, count == 1 ? "" : "s", count == 1 ? "it was" : "they were");
+}
+
 void ConsoleExport::libraryNotAnswering(OSStatus)
 {
     // The export asks again every few seconds; once is enough to say so.

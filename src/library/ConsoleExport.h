@@ -46,6 +46,7 @@ class ConsoleExport final : private TrackNaming, private ExportView, private Cap
     void conversionProgress(UInt32 track, double fraction) override;
     void trackFiled(UInt32 track, const QString& path) override;
     void trackKept(UInt32 track, const QString& file, const QString& reason) override;
+    void samplesReplaced(UInt32 track, long long count) override;
 
     void ShowAlert(const QString& titleKey, const QString& messageKey, const QString& buttonKey) override;
 

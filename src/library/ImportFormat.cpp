@@ -22,7 +22,8 @@ constexpr std::array kFormats{
     FormatRow{ImportFormat::Mp3, "mp3", "mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
     FormatRow{ImportFormat::OggVorbis, "ogg", "ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
     FormatRow{ImportFormat::Opus, "opus", "opus", SF_FORMAT_OGG | SF_FORMAT_OPUS},
-    FormatRow{ImportFormat::Wav, "wav", "wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24},
+    // RF64 only past 4 GiB, where a plain WAV's sizes wrap (see TrackEncoder).
+    FormatRow{ImportFormat::Wav, "wav", "wav", SF_FORMAT_RF64 | SF_FORMAT_PCM_24},
 };
 
 const FormatRow& Row(ImportFormat format)

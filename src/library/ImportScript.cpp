@@ -22,7 +22,7 @@ namespace {
 constexpr float kNormalizedPeak = 0.97f;
 constexpr UInt32 kNormalizeBlockBytes = 8192;
 
-QString ImportScriptTemplate()
+QString ImportScriptText()
 {
     static const bool registered = (InitScriptResources(), true);
     (void)registered;
@@ -83,47 +83,6 @@ QString Normalize(const QString& path)
 
 } // namespace
 
-QString escapedFormOf(const QString& text)
-{
-    QString escaped = text;
-    escaped.replace(QLatin1String("\\"), QLatin1String("\\\\"));
-    escaped.replace(QLatin1String("\""), QLatin1String("\\\""));
-    return escaped;
-}
-
-QString lineBreaksEscaped(const QString& text)
-{
-    QString escaped = text;
-    escaped.replace(QLatin1String("\r"), QLatin1String("\\r"));
-    escaped.replace(QLatin1String("\n"), QLatin1String("\\n"));
-    escaped.replace(QChar(0x2028), QLatin1String("\\u2028"));
-    escaped.replace(QChar(0x2029), QLatin1String("\\u2029"));
-    return escaped;
-}
-
-QString fillPlaceholders(const QString& pattern, const QStringList& values)
-{
-    QString filled;
-    qsizetype from = 0;
-    for (const QString& value : values) {
-        const qsizetype at = pattern.indexOf(QLatin1String("%@"), from);
-        if (at < 0)
-            break;
-        filled += QStringView(pattern).mid(from, at - from);
-        filled += value;
-        from = at + 2;
-    }
-    filled += QStringView(pattern).mid(from);
-    return filled;
-}
-
-QString importScriptFor(const QString& path, const QString& escapedArtist, const QString& escapedAlbum,
-                        const QString& escapedName, const QString& trackNumber)
-{
-    return fillPlaceholders(ImportScriptTemplate(),
-                            {path, escapedArtist, escapedAlbum, escapedName, trackNumber});
-}
-
 bool convertAndTagAudioFile4(const QString& path, const QString& artist, const QString& album,
                              const QString& name, const QString& trackNumber, bool normalize,
                              QString* errorMessage)
@@ -132,15 +91,16 @@ bool convertAndTagAudioFile4(const QString& path, const QString& artist, const Q
     const QString trackArtist = artist.isEmpty() ? UnknownArtistName() : artist;
     const QString trackAlbum = album.isEmpty() ? UnknownAlbumName() : album;
 
-    const QString escapedArtist = lineBreaksEscaped(escapedFormOf(trackArtist));
-    const QString escapedAlbum = lineBreaksEscaped(escapedFormOf(trackAlbum));
-    const QString escapedName = lineBreaksEscaped(escapedFormOf(trackName));
-
     const QString source = normalize ? Normalize(path) : path;
-    const QByteArray script =
-        importScriptFor(source, escapedArtist, escapedAlbum, escapedName, trackNumber).toUtf8();
+    static const QByteArray script = ImportScriptText().toUtf8();
+    const ScriptValues values{{QStringLiteral("thePath"), source},
+                              {QStringLiteral("theArtist"), trackArtist},
+                              {QStringLiteral("theAlbum"), trackAlbum},
+                              {QStringLiteral("theName"), trackName},
+                              {QStringLiteral("theTrackNumber"), trackNumber}};
     ScriptResultDescriptor result;
-    const OSStatus status = LowRunAppleScript(script.constData(), std::size_t(script.size()), &result);
+    const OSStatus status =
+        LowRunAppleScript(script.constData(), std::size_t(script.size()), &result, values);
     if (status != noErr && errorMessage != nullptr)
         *errorMessage =
             result.descriptorType == typeText ? result.text : QStringLiteral("script status %1").arg(status);

@@ -19,6 +19,7 @@ class TrackConversionObserver final : public ConversionObserver {
     TrackConversionObserver(ExportView& view, UInt32 track) : mView(view), mTrack(track) {}
     void conversionProgress(double fraction) override { mView.conversionProgress(mTrack, fraction); }
     void trackFiled(const QString& path) override { mView.trackFiled(mTrack, path); }
+    void samplesReplaced(long long count) override { mView.samplesReplaced(mTrack, count); }
 
   private:
     ExportView& mView;
@@ -35,6 +36,11 @@ QByteArray AvailabilityScript(int timeoutSeconds)
 }
 
 } // namespace
+
+void RecordedTracks::releaseTrack(UInt32 track)
+{
+    QFile::remove(fileNameForTrack(track));
+}
 
 LibraryExport::LibraryExport(RecordedTracks& tracks, TrackNaming& naming, ExportView& view,
                              Capture::AlertPresenter& alerts)
@@ -220,7 +226,7 @@ bool LibraryExport::importTrack(UInt32 track, UInt32 firstNumber, const QString&
         if (status == noErr) {
             // Only a track that is in the library lets go of its recording.
             if (failure.isEmpty()) {
-                QFile::remove(file);
+                mTracks.releaseTrack(track);
             } else {
                 mKeptTracks.fetch_add(1);
                 mView.trackKept(track, file, failure);

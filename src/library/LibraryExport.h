@@ -29,6 +29,8 @@ class RecordedTracks {
     virtual UInt32 numRecordedTracks() = 0;
     virtual QString fileNameForTrack(UInt32 track) = 0;
     virtual void resetTrackCounter() = 0;
+    // The track is safely in the library: its file may go (it does, unless it is the user's own).
+    virtual void releaseTrack(UInt32 track);
 };
 
 // The names the user gave: the naming panels (see NamingField.h), or the command line.
@@ -51,6 +53,8 @@ class ExportView {
     virtual void libraryNotAnswering(OSStatus status) { (void)status; }
     virtual void conversionProgress(UInt32 track, double fraction) { (void)track, (void)fraction; }
     virtual void trackFiled(UInt32 track, const QString& path) { (void)track, (void)path; }
+    // Samples of the track that were not finite numbers went into the library as silence.
+    virtual void samplesReplaced(UInt32 track, long long count) { (void)track, (void)count; }
     // The track could not be imported while the library answered; its file is kept.
     virtual void trackKept(UInt32 track, const QString& file, const QString& reason)
     {

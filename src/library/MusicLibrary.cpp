@@ -10,10 +10,12 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QTemporaryFile>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <map>
 #include <unistd.h>
 
@@ -50,6 +52,8 @@ void CopyFile(const QString& source, QFile& destination)
     QFile in(source);
     if (!in.open(QIODevice::ReadOnly))
         throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, in.errorString()));
+    // Written straight to the descriptor, so a full disk is reported as such.
+    const int fd = destination.handle();
     QByteArray block(1 << 20, Qt::Uninitialized);
     for (;;) {
         const qint64 got = in.read(block.data(), block.size());
@@ -57,13 +61,16 @@ void CopyFile(const QString& source, QFile& destination)
             throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, in.errorString()));
         if (got == 0)
             break;
-        if (destination.write(block.constData(), got) != got)
-            throw LibraryError(
-                QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
+        for (qint64 done = 0; done < got;) {
+            const ssize_t wrote = ::write(fd, block.constData() + done, size_t(got - done));
+            if (wrote < 0 && errno == EINTR)
+                continue;
+            if (wrote <= 0)
+                throw LibraryError(
+                    QStringLiteral("Cannot copy %1 into the library: %2").arg(source, ErrnoText()));
+            done += wrote;
+        }
     }
-    if (!destination.flush())
-        throw LibraryError(
-            QStringLiteral("Cannot copy %1 into the library: %2").arg(source, destination.errorString()));
 }
 
 QString NumberPrefix(const QString& trackNumber)
@@ -71,6 +78,70 @@ QString NumberPrefix(const QString& trackNumber)
     bool ok = false;
     const int number = trackNumber.trimmed().toInt(&ok);
     return ok && number > 0 ? QStringLiteral("%1 ").arg(number, 2, 10, QLatin1Char('0')) : QString();
+}
+
+bool IsRf64(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(4) == "RF64";
+}
+
+// A new hidden file in a folder, removed again unless kept. Unlike QTemporaryFile (always
+// 0600) it is made with the mode the umask allows, which the file keeps when it is filed.
+class PendingFile {
+  public:
+    PendingFile(const QString& folder, const QString& suffix)
+    {
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            const QString candidate = QDir(folder).filePath(
+                QStringLiteral(".tolm-%1.%2")
+                    .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'))
+                    .arg(suffix));
+            const int fd = ::open(QFile::encodeName(candidate).constData(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+            if (fd >= 0) {
+                ::close(fd);
+                mPath = candidate;
+                return;
+            }
+            if (errno != EEXIST)
+                break;
+        }
+        throw LibraryError(QStringLiteral("Cannot write into %1: %2").arg(folder, ErrnoText()));
+    }
+    ~PendingFile()
+    {
+        if (!mPath.isEmpty())
+            ::unlink(QFile::encodeName(mPath).constData());
+    }
+    PendingFile(const PendingFile&) = delete;
+    PendingFile& operator=(const PendingFile&) = delete;
+
+    const QString& path() const { return mPath; }
+    void keep() { mPath.clear(); }
+
+  private:
+    QString mPath;
+};
+
+// A second name for `source` in `folder`, where both are on one file system: the intake
+// copy of a long recording then costs nothing. False when a copy is needed.
+bool LinkInto(const QString& source, const QString& folder, const QString& suffix, QString& linked)
+{
+    const QByteArray from = QFile::encodeName(source);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const QString candidate =
+            QDir(folder).filePath(QStringLiteral("track-%1.%2")
+                                      .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'))
+                                      .arg(suffix));
+        if (::link(from.constData(), QFile::encodeName(candidate).constData()) == 0) {
+            linked = candidate;
+            return true;
+        }
+        if (errno != EEXIST)
+            return false;
+    }
+    return false;
 }
 
 QString MakeFolder(const QString& parent, const QString& name)
@@ -171,7 +242,8 @@ void MusicLibrary::sweepIntakeOnce()
     const QDateTime staleBefore = QDateTime::currentDateTimeUtc().addSecs(-kStaleIntakeSeconds);
     const auto stale = QDir(intakeFolder()).entryInfoList(QDir::Files | QDir::Hidden);
     for (const QFileInfo& file : stale) {
-        if (file.lastModified().toUTC() < staleBefore)
+        // The change time, not the modification time: an intake link to an old recording is new.
+        if (file.metadataChangeTime().toUTC() < staleBefore)
             QFile::remove(file.filePath());
     }
 }
@@ -185,16 +257,22 @@ MusicLibrary::TrackPtr MusicLibrary::add(const QString& file)
     const QString intake = MakeFolder(mFolder, kIntakeName);
     sweepIntakeOnce();
 
-    QTemporaryFile copy(QDir(intake).filePath(QStringLiteral("track-XXXXXX.") + source.suffix()));
-    if (!copy.open())
-        throw LibraryError(
-            QStringLiteral("Cannot copy %1 into the library: %2").arg(file, copy.errorString()));
-    CopyFile(file, copy);
-    copy.close();
-    copy.setAutoRemove(false);
+    // Nothing writes to an intake copy, so a link serves as well as a copy of the bytes.
+    QString location;
+    if (!LinkInto(file, intake, source.suffix(), location)) {
+        QTemporaryFile copy(QDir(intake).filePath(QStringLiteral("track-XXXXXX.") + source.suffix()));
+        if (!copy.open())
+            throw LibraryError(
+                QStringLiteral("Cannot copy %1 into the library: %2").arg(file, copy.errorString()));
+        CopyFile(file, copy);
+        copy.close();
+        copy.setAutoRemove(false);
+        location = copy.fileName();
+    }
 
     auto track = std::make_shared<Track>();
-    track->location = copy.fileName();
+    track->location = location;
+    track->origin = file;
     track->tags = ReadTrackTags(file).value_or(TrackTags{});
     if (track->tags.title.isEmpty())
         track->tags.title = source.completeBaseName();
@@ -215,26 +293,31 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
 
     // Encoded and tagged under a hidden name, then renamed: the library never shows a half
     // written track, and a failure leaves nothing behind.
-    QTemporaryFile encoded(QDir(albumFolder).filePath(QStringLiteral(".tolm-XXXXXX.") + suffix));
-    if (!encoded.open())
-        throw LibraryError(
-            QStringLiteral("Cannot write into %1: %2").arg(albumFolder, encoded.errorString()));
-    encoded.close();
+    PendingFile encoded(albumFolder, suffix);
     TrackEncoder::Progress progress;
     if (tObserver != nullptr)
         progress = [observer = tObserver](double fraction) { observer->conversionProgress(fraction); };
-    TrackEncoder::Encode(track->location, encoded.fileName(), format, progress);
-    WriteTrackTags(encoded.fileName(), format, tags);
+    TrackEncoder::Result result{};
+    try {
+        result = TrackEncoder::Encode(track->location, encoded.path(), format, progress);
+    } catch (const LibraryError& error) {
+        // The intake copy is gone by the time anyone reads this; the file the user knows is not.
+        throw LibraryError(error.message().replace(track->location, track->origin));
+    }
+    if (result.replacedSamples > 0 && tObserver != nullptr)
+        tObserver->samplesReplaced(result.replacedSamples);
+    // A WAV past 4 GiB is RF64, which no tagger opens; it is filed by its names alone.
+    if (format != ImportFormat::Wav || !IsRf64(encoded.path()))
+        WriteTrackTags(encoded.path(), format, tags);
 
     const QString title = SafeNameComponent(tags.title, UnknownTrackName(tags.trackNumber));
     const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags.trackNumber) + title, suffix);
-    if (::rename(QFile::encodeName(encoded.fileName()).constData(), QFile::encodeName(filed).constData()) !=
-        0) {
+    if (::rename(QFile::encodeName(encoded.path()).constData(), QFile::encodeName(filed).constData()) != 0) {
         const QString reason = ErrnoText();
         QFile::remove(filed);
         throw LibraryError(QStringLiteral("Cannot file the track as %1: %2").arg(filed, reason));
     }
-    encoded.setAutoRemove(false);
+    encoded.keep();
 
     auto converted = std::make_shared<Track>();
     converted->kind = Track::Kind::Filed;

@@ -18,6 +18,8 @@ class ConversionObserver {
     virtual ~ConversionObserver() = default;
     virtual void conversionProgress(double fraction) = 0; // 0..1 of the track being converted
     virtual void trackFiled(const QString& path) = 0;     // a converted track has its final name
+    // Samples that were not finite numbers were converted as silence; told once per track.
+    virtual void samplesReplaced(long long count) { (void)count; }
 };
 
 // Installs an observer for conversions on the current thread while it lives.
@@ -36,6 +38,7 @@ class ConversionObserverScope {
 // handed to it are first copied into its intake area (added tracks); converting an added
 // track encodes it to an import format, tags it and files it under its names (a filed
 // track). Names are made safe for any file system and an existing file is never replaced.
+// Filed tracks get the permissions the user's umask allows, like any file the user makes.
 // Any thread; one object per folder is shared by the whole program (Current()).
 class MusicLibrary {
   public:
@@ -43,6 +46,7 @@ class MusicLibrary {
         enum class Kind { Added, Filed };
         Kind kind = Kind::Added;
         QString location;
+        QString origin; // the file an added track was made from, named in messages
         TrackTags tags;
         std::optional<ImportFormat> format; // of a filed track
     };

@@ -31,7 +31,27 @@ StagedTracks::StagedTracks() : mFolder(QDir(QDir::tempPath()).filePath(QStringLi
 
 QString StagedTracks::fileNameForTrack(UInt32 track)
 {
+    if (track >= 1 && track <= UInt32(mReferred.size()) && !mReferred.at(qsizetype(track) - 1).isEmpty())
+        return mReferred.at(qsizetype(track) - 1);
     return QDir(mFolder.path()).filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(track));
+}
+
+void StagedTracks::releaseTrack(UInt32 track)
+{
+    if (track >= 1 && track <= UInt32(mReferred.size()) && !mReferred.at(qsizetype(track) - 1).isEmpty())
+        return;
+    RecordedTracks::releaseTrack(track);
+}
+
+void StagedTracks::refer(const QString& source)
+{
+    SF_INFO info{};
+    if (!SndfileHandle(sf_open(QFile::encodeName(source).constData(), SFM_READ, &info)))
+        throw LibraryError(
+            QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(nullptr))));
+    mReferred.resize(qsizetype(mCount));
+    mReferred << source;
+    ++mCount;
 }
 
 void StagedTracks::stage(const QString& source, long long firstFrame, long long frames,
@@ -49,15 +69,18 @@ void StagedTracks::stage(const QString& source, long long firstFrame, long long 
         throw LibraryError(
             QStringLiteral("Cannot read %1: %2").arg(source, QString::fromUtf8(sf_strerror(in.get()))));
 
+    mReferred.resize(qsizetype(mCount));
     const QString path = fileNameForTrack(mCount + 1);
     SF_INFO outInfo{};
     outInfo.samplerate = inInfo.samplerate;
     outInfo.channels = inInfo.channels;
-    outInfo.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    outInfo.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
     SndfileHandle out(sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &outInfo));
     if (!out)
         throw LibraryError(
             QStringLiteral("Cannot write %1: %2").arg(path, QString::fromUtf8(sf_strerror(nullptr))));
+    // Plain WAV while it stays below 4 GiB, which every program reads.
+    sf_command(out.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
 
     std::vector<float> block(size_t(kBlockFrames) * size_t(inInfo.channels));
     for (long long done = 0; done < wanted;) {

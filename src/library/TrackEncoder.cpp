@@ -3,9 +3,14 @@
 #include "library/LibraryError.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
 #include <memory>
 #include <samplerate.h>
 #include <sndfile.h>
+#include <sys/statvfs.h>
 #include <vector>
 
 namespace Tolm::Library {
@@ -13,6 +18,8 @@ namespace Tolm::Library {
 namespace {
 
 constexpr sf_count_t kBlockFrames = 8192;
+// Less free space than this after a failed write: the disk is full.
+constexpr unsigned long long kDiskFullBytes = 1 << 20;
 
 struct SndfileCloser {
     void operator()(SNDFILE* file) const { sf_close(file); }
@@ -27,6 +34,39 @@ using ResamplerHandle = std::unique_ptr<SRC_STATE, ResamplerDeleter>;
 QString SndfileError(SNDFILE* file)
 {
     return QString::fromUtf8(sf_strerror(file));
+}
+
+bool DiskFull(const QString& path)
+{
+    struct statvfs disk {};
+    const QByteArray folder = QFile::encodeName(QFileInfo(path).absolutePath());
+    return ::statvfs(folder.constData(), &disk) == 0 && disk.f_bavail * disk.f_frsize < kDiskFullBytes;
+}
+
+// Why a write failed. The encoders behind libsndfile often hide a full disk behind their
+// own words ("problem with initialization of the flac decoder") or none at all, so the
+// disk is asked first.
+QString WriteFailure(SNDFILE* file, const QString& path, int systemError)
+{
+    if (systemError == ENOSPC || systemError == EDQUOT || DiskFull(path))
+        return QString::fromLocal8Bit(std::strerror(ENOSPC));
+    if (systemError != 0)
+        return QString::fromLocal8Bit(std::strerror(systemError));
+    if (sf_error(file) != SF_ERR_NO_ERROR)
+        return SndfileError(file);
+    return QStringLiteral("the encoder stopped");
+}
+
+long long ReplaceNonFinite(float* samples, size_t count)
+{
+    long long replaced = 0;
+    for (size_t i = 0; i < count; ++i) {
+        if (!std::isfinite(samples[i])) {
+            samples[i] = 0.0f;
+            ++replaced;
+        }
+    }
+    return replaced;
 }
 
 void SetEncoderQuality(SNDFILE* file, ImportFormat format)
@@ -65,8 +105,12 @@ class Writer {
     {
         if (frames == 0)
             return;
-        if (sf_writef_float(mFile, samples, frames) != frames)
-            throw LibraryError(QStringLiteral("Cannot write %1: %2").arg(mDestination, SndfileError(mFile)));
+        errno = 0;
+        if (sf_writef_float(mFile, samples, frames) != frames) {
+            const int systemError = errno;
+            throw LibraryError(QStringLiteral("Cannot write %1: %2")
+                                   .arg(mDestination, WriteFailure(mFile, mDestination, systemError)));
+        }
         mFrames += frames;
     }
     long long Frames() const { return mFrames; }
@@ -103,6 +147,8 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     if (!out)
         throw LibraryError(QStringLiteral("Cannot create %1: %2").arg(destination, SndfileError(nullptr)));
     SetEncoderQuality(out.get(), format);
+    if ((outInfo.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64)
+        sf_command(out.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
 
     ResamplerHandle resampler;
     const double ratio = double(outInfo.samplerate) / double(inInfo.samplerate);
@@ -119,11 +165,13 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     std::vector<float> output(resampler ? size_t(outBlockFrames) * size_t(channels) : 0);
     Writer writer(out.get(), destination);
     long long framesRead = 0;
+    long long replaced = 0;
     for (bool last = false; !last;) {
         const sf_count_t got = sf_readf_float(in.get(), input.data(), kBlockFrames);
         if (got < 0)
             throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(in.get())));
         last = got < kBlockFrames;
+        replaced += ReplaceNonFinite(input.data(), size_t(got) * size_t(channels));
         framesRead += got;
         if (!resampler) {
             writer.Write(input.data(), got);
@@ -149,10 +197,15 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
             progress(double(framesRead) / double(inInfo.frames));
     }
 
-    if (const int error = sf_close(out.release()))
+    errno = 0;
+    if (const int error = sf_close(out.release())) {
+        const int systemError = errno;
         throw LibraryError(QStringLiteral("Cannot finish %1: %2")
-                               .arg(destination, QString::fromUtf8(sf_error_number(error))));
-    return {outInfo.samplerate, writer.Frames()};
+                               .arg(destination, error == SF_ERR_SYSTEM || DiskFull(destination)
+                                                     ? WriteFailure(nullptr, destination, systemError)
+                                                     : QString::fromUtf8(sf_error_number(error))));
+    }
+    return {outInfo.samplerate, writer.Frames(), replaced};
 }
 
 } // namespace Tolm::Library

@@ -4,9 +4,11 @@
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
 #include "library/LibraryExport.h"
+#include "library/LibrarySettings.h"
 #include "recording/CAAudioFile.h"
 #include "ui/CustomView.h"
 #include "ui/CustomWindow.h"
+#include "ui/DonePanelReport.h"
 #include "ui/ExportBridge.h"
 #include "ui/HelpPage.h"
 #include "ui/ImageForView.h"
@@ -769,6 +771,10 @@ void AppDelegate::pollingTimerFired()
     if (!mExport || !mExport->pollingTimerFired())
         return;
     Invalidate(mPollingTimer);
+    if (!mDoneReport && _Tolm_Tab6NibView)
+        mDoneReport = new DonePanelReport(*_Tolm_Tab6NibView);
+    if (mDoneReport)
+        mDoneReport->show(mExportBridge->outcome(), Library::LibrarySettings::folder());
     setPanel(6);
 }
 

@@ -24,6 +24,7 @@ namespace Tolm::Ui {
 
 class CustomView;
 class CustomWindow;
+class DonePanelReport;
 class ExportBridge;
 class MainThreadAlertPresenter;
 class MainThreadCaller;
@@ -160,6 +161,7 @@ class AppDelegate final : public QObject, public PanelController, public Capture
 
     // Keeps the previous export's artist, album and track count for the next one.
     std::unique_ptr<ExportBridge> mExportBridge;
+    DonePanelReport* mDoneReport = nullptr; // owned by panel 6
     std::unique_ptr<Library::LibraryExport> mExport;
 };
 

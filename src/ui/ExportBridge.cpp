@@ -2,10 +2,12 @@
 
 #include "capture/Audio.h"
 #include "library/NamingField.h"
+#include "library/TrackTags.h"
 #include "ui/AppDelegate.h"
 #include "ui/CustomView.h"
 #include "ui/MainThreadCaller.h"
 
+#include <QFileInfo>
 #include <QLineEdit>
 #include <cstdio>
 
@@ -38,6 +40,14 @@ void ExportBridge::takeNamesFromPanels()
     mArtist = FieldText(mWizard, Library::ArtistField(count));
     mAlbum = FieldText(mWizard, Library::AlbumField(count));
     mTitles = titles;
+    mOutcome = ExportOutcome{};
+    mOutcome.trackCount = count;
+}
+
+ExportOutcome ExportBridge::outcome()
+{
+    std::lock_guard lock(mMutex);
+    return mOutcome;
 }
 
 UInt32 ExportBridge::numRecordedTracks()
@@ -89,10 +99,30 @@ void ExportBridge::stopSpinner()
     mMainThread.post([this] { mWizard.stopSpinner(); });
 }
 
+void ExportBridge::trackFiled(UInt32, const QString& path)
+{
+    std::lock_guard lock(mMutex);
+    ++mOutcome.added;
+    mOutcome.albumFolder = QFileInfo(path).absolutePath();
+}
+
 void ExportBridge::trackKept(UInt32 track, const QString& file, const QString& reason)
 {
     std::fprintf(stderr, "Track %u was not added to the music library (%s); its recording stays in %s.\n",
                  unsigned(track), qPrintable(reason), qPrintable(file));
+    std::lock_guard lock(mMutex);
+    const QString title =
+        track >= 1 && track <= UInt32(mTitles.size()) ? mTitles.at(qsizetype(track) - 1) : QString();
+    mOutcome.notAdded.append(
+        {track, title.isEmpty() ? Library::UnknownTrackName(QString::number(track)) : title, reason, file});
+}
+
+void ExportBridge::samplesReplaced(UInt32 track, long long count)
+{
+    std::fprintf(stderr, "Track %u: %lld damaged samples (not a number or infinite) were added as silence.\n",
+                 unsigned(track), count);
+    std::lock_guard lock(mMutex);
+    mOutcome.replacedSamples += count;
 }
 
 } // namespace Tolm::Ui

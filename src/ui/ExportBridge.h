@@ -11,6 +11,21 @@ namespace Tolm::Ui {
 class AppDelegate;
 class MainThreadCaller;
 
+// What an export did, for the last panel.
+struct ExportOutcome {
+    struct NotAdded {
+        UInt32 track = 0;
+        QString title;
+        QString reason;
+        QString keptIn; // the track's recording, still there
+    };
+    UInt32 trackCount = 0;
+    UInt32 added = 0;
+    QString albumFolder; // where the added tracks went; empty when none did
+    QList<NotAdded> notAdded;
+    long long replacedSamples = 0;
+};
+
 // What the export's worker thread needs of the wizard. The names are read from the naming
 // panels on the main thread when the export starts, so the worker never touches a widget;
 // what it tells the wizard (progress, the spinner, the reset track count) is posted to the
@@ -23,6 +38,8 @@ class ExportBridge final : public Library::RecordedTracks,
 
     // Main thread, before the export starts: the track count and the typed names.
     void takeNamesFromPanels();
+    // Any thread: what the export has done so far.
+    ExportOutcome outcome();
 
     // RecordedTracks
     UInt32 numRecordedTracks() override;
@@ -38,16 +55,19 @@ class ExportBridge final : public Library::RecordedTracks,
     void exportStarted(UInt32 trackCount) override;
     void setProgress(UInt32 tracksDone) override;
     void stopSpinner() override;
+    void trackFiled(UInt32 track, const QString& path) override;
     void trackKept(UInt32 track, const QString& file, const QString& reason) override;
+    void samplesReplaced(UInt32 track, long long count) override;
 
   private:
     AppDelegate& mWizard;
     MainThreadCaller& mMainThread;
     std::atomic<UInt32> mTrackCount{0};
-    std::mutex mMutex; // guards the names
+    std::mutex mMutex; // guards the names and the outcome
     QString mArtist;
     QString mAlbum;
     QStringList mTitles; // track 1 first
+    ExportOutcome mOutcome;
 };
 
 } // namespace Tolm::Ui

@@ -34,6 +34,10 @@ class ConvertCommandsTest : public ::testing::Test {
             list << QString::fromUtf8(argument);
         QProcess process;
         process.setWorkingDirectory(mFolder.path());
+        // A quote in the temporary folder's name once broke every import.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TMPDIR"), temporaryFolder());
+        process.setProcessEnvironment(environment);
         process.start(QStringLiteral(TOLM_CONVERT), list);
         EXPECT_TRUE(process.waitForFinished(240'000));
         Result result;
@@ -45,6 +49,12 @@ class ConvertCommandsTest : public ::testing::Test {
     }
 
     QString path(const char* name) const { return QDir(mFolder.path()).filePath(QString::fromUtf8(name)); }
+    QString temporaryFolder() const
+    {
+        const QString folder = path("tmp \"quoted\" 'twice'");
+        QDir().mkpath(folder);
+        return folder;
+    }
 
     QTemporaryDir mFolder;
 };
@@ -130,4 +140,5 @@ TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     EXPECT_EQ(FilesBelow(path("cut")).size(), 3);
     EXPECT_TRUE(QFileInfo::exists(path("side.wav")));
+    EXPECT_TRUE(QDir(temporaryFolder()).isEmpty()) << "the cuts' temporary folder is gone";
 }

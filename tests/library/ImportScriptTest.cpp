@@ -15,39 +15,23 @@ using namespace Tolm::Library;
 using Tolm::Test::DecodeFile;
 using Tolm::Test::FilesBelow;
 
-TEST(ImportScript, EscapedNamesReadBackExactlyAsScriptLiterals)
+TEST(ImportScript, APathIsAValueWhateverItHolds)
 {
-    const QStringList names{
-        QStringLiteral("The \"Best\" Of"),
-        QStringLiteral("Trailing \\"),
-        QStringLiteral("\\\"\\\\\""),
-        QStringLiteral("$(touch pwned) `touch pwned` 'single'"),
-        QStringLiteral("two\nlines\r\nand\u2028more"),
-        QString::fromUtf8("Sigur R\xc3\xb3s \xf0\x9f\x8e\xb8\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x8e\xa4"),
-        QStringLiteral("\"; removeFile(\"/etc/passwd\"); \""),
-    };
-    for (const QString& name : names) {
-        const QByteArray script = (QStringLiteral("var text = \"") + lineBreaksEscaped(escapedFormOf(name)) +
-                                   QStringLiteral("\"; text"))
-                                      .toUtf8();
-        ScriptResultDescriptor result;
-        EXPECT_EQ(LowRunAppleScript(script.constData(), size_t(script.size()), &result), noErr)
-            << name.toStdString();
-        EXPECT_EQ(result.text, name);
-    }
-    // A value holding the placeholder is not filled again.
-    EXPECT_EQ(fillPlaceholders(QStringLiteral("%@%@"), {QStringLiteral("%@"), QStringLiteral("x")}),
-              QStringLiteral("%@x"));
-}
-
-TEST(ImportScript, AnUnescapedPathWithAQuoteFailsTheScript)
-{
-    // The path goes in as it is; a quote in it breaks the script, which is reported as a failure.
+    // Quotes, a line break and script code in a folder name: the track goes in, nothing runs.
     Tolm::Test::TemporaryLibrary library;
-    QString message;
-    EXPECT_TRUE(convertAndTagAudioFile4(QStringLiteral("/tmp/a\"b.wav"), QStringLiteral("A"),
-                                        QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("1"), false,
-                                        &message));
+    const QDir folder(
+        QDir(library.scratch())
+            .filePath(QStringLiteral(
+                "a\"b'c\\\n\"; runProgram(\"touch\", [\"pwned\"]); \"${runProgram('touch', ['pwned'])}")));
+    ASSERT_TRUE(QDir().mkpath(folder.path()));
+    const QString track = folder.filePath(QStringLiteral("TolmACTmpFile.1.wav"));
+    Tolm::Test::WriteTrackFile(track, 44100, 4410);
+    QString failure;
+    EXPECT_FALSE(convertAndTagAudioFile4(track, QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C"),
+                                         QStringLiteral("1"), false, &failure))
+        << failure.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(QDir(library.folder()).filePath(QStringLiteral("A/B/01 C.flac"))));
+    EXPECT_FALSE(QFileInfo::exists(QDir::current().filePath(QStringLiteral("pwned"))));
 }
 
 TEST(ImportScript, NormalisesToThePeakTheMetersSaw)

@@ -7,14 +7,32 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
+#include <sndfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Tolm::Library;
 using Tolm::Test::DecodeFile;
 
 namespace {
+
+unsigned Mode(const QString& path)
+{
+    struct stat info {};
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? unsigned(info.st_mode & 07777) : 0u;
+}
+
+// Counts what a conversion reports of samples that were not numbers.
+struct ReplacedSamples final : ConversionObserver {
+    void conversionProgress(double) override {}
+    void trackFiled(const QString&) override {}
+    void samplesReplaced(long long count) override { replaced += count; }
+    long long replaced = 0;
+};
 
 double Rms(const std::vector<float>& samples)
 {
@@ -90,12 +108,18 @@ TEST_F(MusicLibraryTest, AddConvertRemoveFilesATaggedTrackAndNeverReplacesOne)
     EXPECT_TRUE(QFileInfo::exists(source)) << "add copies";
     EXPECT_EQ(mMusic.trackCount(), 1);
 
+    // Filed tracks are as readable as the user's umask lets any new file be.
     const QDir album(QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album")));
+    const mode_t userMask = ::umask(022);
     auto filed = mMusic.convert(added, ImportFormat::Flac);
+    ::umask(077);
+    const auto again = mMusic.convert(added, ImportFormat::Flac);
+    ::umask(userMask);
+    EXPECT_EQ(Mode(filed->location), 0644);
+    EXPECT_EQ(Mode(again->location), 0600);
     EXPECT_EQ(filed->location, album.filePath(QStringLiteral("03 Song.flac")));
     EXPECT_EQ(ReadTrackTags(filed->location), kSong);
-    EXPECT_EQ(mMusic.trackCount(), 2);
-    const auto again = mMusic.convert(added, ImportFormat::Flac);
+    EXPECT_EQ(mMusic.trackCount(), 3);
     EXPECT_EQ(again->location, album.filePath(QStringLiteral("03 Song (2).flac")));
     EXPECT_GT(QFileInfo(filed->location).size(), 1000);
 
@@ -111,14 +135,28 @@ TEST_F(MusicLibraryTest, AddConvertRemoveFilesATaggedTrackAndNeverReplacesOne)
     EXPECT_FALSE(QFileInfo::exists(filed->location));
 }
 
-TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndDecodesBackAtTheTracksRateAndLength)
+TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndTheAudioWithDamagedSamplesSilenced)
 {
     const QString emoji =
         QString::fromUtf8("\xf0\x9f\x8e\xb8 Bj\xc3\xb6rk \xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x8e\xa4");
     for (const int rate : {44100, 48000}) {
         const long long frames = rate * 3 / 2;
         const QString source = trackFile(rate, frames);
-        const auto original = DecodeFile(source);
+        // A damaged recording: samples that are not numbers, which some encoders abort on.
+        {
+            SF_INFO info{};
+            SNDFILE* file = sf_open(QFile::encodeName(source).constData(), SFM_RDWR, &info);
+            ASSERT_NE(file, nullptr);
+            const float inf = std::numeric_limits<float>::infinity();
+            const float damaged[] = {std::numeric_limits<float>::quiet_NaN(), inf, -inf, -std::nanf("")};
+            sf_seek(file, 1000, SEEK_SET);
+            sf_writef_float(file, damaged, 2);
+            sf_close(file);
+        }
+        auto original = DecodeFile(source);
+        ASSERT_EQ(original.frames, frames);
+        for (float& sample : original.samples)
+            sample = std::isfinite(sample) ? sample : 0.0f;
         for (const ImportFormat format : AllImportFormats()) {
             SCOPED_TRACE(ImportFormatName(format).toStdString() + " at " + std::to_string(rate));
             if (!ImportFormatAvailable(format)) {
@@ -129,7 +167,13 @@ TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndDecodesBackAtTheTracksRateAnd
                                  ImportFormatName(format) + emoji, QString::number(rate / 1000)};
             auto added = mMusic.add(source);
             mMusic.setTags(added, tags);
-            const auto filed = mMusic.convert(added, format);
+            ReplacedSamples replaced;
+            MusicLibrary::TrackPtr filed;
+            {
+                ConversionObserverScope scope(replaced);
+                filed = mMusic.convert(added, format);
+            }
+            EXPECT_EQ(replaced.replaced, 4);
             EXPECT_EQ(QFileInfo(filed->location).suffix(), ImportFormatSuffix(format));
             EXPECT_EQ(ReadTrackTags(filed->location), tags);
 
@@ -137,6 +181,8 @@ TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndDecodesBackAtTheTracksRateAnd
             const int stored = StoredSampleRate(format, rate);
             EXPECT_EQ(decoded.sampleRate, stored);
             EXPECT_EQ(decoded.channels, 2);
+            EXPECT_TRUE(std::all_of(decoded.samples.begin(), decoded.samples.end(),
+                                    [](float sample) { return std::isfinite(sample); }));
             if (format == ImportFormat::Flac || format == ImportFormat::Wav) {
                 ASSERT_EQ(decoded.frames, frames);
                 for (size_t i = 0; i < decoded.samples.size(); ++i)

@@ -85,7 +85,13 @@ class LocalizationTest : public QObject {
                                      "IDS_ITUNES_ERROR",
                                      "IDS_UNKNOWN_TRACK",
                                      "IDS_UNKNOWN_ARTIST",
-                                     "IDS_UNKNOWN_ALBUM"};
+                                     "IDS_UNKNOWN_ALBUM",
+                                     "IDS_TAB6_TITLE_NOT_ALL",
+                                     "IDS_TAB6_ADDED",
+                                     "IDS_TAB6_NOT_ADDED",
+                                     "IDS_TAB6_KEPT",
+                                     "IDS_TAB6_REPLACED",
+                                     "IDS_BUTTON_OPEN_ALBUM"};
         for (const char* language : {"en", "de"}) {
             UseLanguage(language);
             for (const QString& key : panelKeys) {

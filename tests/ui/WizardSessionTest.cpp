@@ -6,12 +6,16 @@
 #include "library/LibrarySettings.h"
 #include "ui/TrackNameField.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QDirIterator>
+#include <QFileInfo>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QTextDocumentFragment>
+#include <QUrl>
 #include <cmath>
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
@@ -93,6 +97,10 @@ struct TemporaryLibrary {
 
 class WizardSessionTest : public QObject {
     Q_OBJECT
+
+  public Q_SLOTS:
+    // Stands in for the file manager.
+    void openFolder(const QUrl& url) { mOpened << url; }
 
   private Q_SLOTS:
     void initTestCase()
@@ -231,6 +239,54 @@ class WizardSessionTest : public QObject {
             QVERIFY(!QFile::exists(Audio::fileNameForTrack(1)));
         }
     }
+
+    // A track that cannot be added is named on the last panel with the reason, its recording
+    // is kept, and the album folder is a click away.
+    void theLastPanelNamesATrackThatWasNotAdded()
+    {
+        TemporaryLibrary library("Music");
+        QVERIFY(QDir().mkpath(library.folder));
+        Wizard wizard({kPlainTurntable}, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
+        QVERIFY(wizard.startRecording());
+        wizard.rig.hardware->Pump(wizard.inputs.front(), 44100);
+        wizard.audio().newTrack();
+        wizard.rig.hardware->Pump(wizard.inputs.front(), 44100);
+        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 7u);
+        QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
+        QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Attic"));
+        QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Fine"));
+        QTest::keyClicks(wizard.field(7, 62), QStringLiteral("Broken"));
+        QFile broken(Audio::fileNameForTrack(2));
+        QVERIFY(broken.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        broken.write("not a recording");
+        broken.close();
+
+        QVERIFY(wizard.press("nextButton"));
+        QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
+        const CustomView* done = wizard->panelView(6);
+        const auto* title = done->findChild<QLabel*>(QStringLiteral("title"));
+        QCOMPARE(title->text(), Tolm::Localized("IDS_TAB6_TITLE_NOT_ALL"));
+        const QString report =
+            QTextDocumentFragment::fromHtml(done->findChild<QLabel*>(QStringLiteral("exportReport"))->text())
+                .toPlainText();
+        const QString album = QDir(library.folder).filePath(QStringLiteral("Nina Berg/Attic"));
+        QVERIFY2(report.contains(QStringLiteral("1 of 2 tracks were added to ") + album), qPrintable(report));
+        QVERIFY2(report.contains(QStringLiteral("Track 2, \u201cBroken\u201d, was not added: Cannot read ") +
+                                 Audio::fileNameForTrack(2)),
+                 qPrintable(report));
+        QVERIFY2(report.contains(QFileInfo(Audio::fileNameForTrack(2)).absolutePath()), qPrintable(report));
+        QVERIFY(QFile::exists(Audio::fileNameForTrack(2)));
+        QCOMPARE(LibraryFiles(library.folder), QStringList{QStringLiteral("Nina Berg/Attic/01 Fine.flac")});
+
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openFolder");
+        QVERIFY(wizard.press("openAlbumButton"));
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+        QCOMPARE(mOpened, QList<QUrl>{QUrl::fromLocalFile(album)});
+    }
+
+  private:
+    QList<QUrl> mOpened;
 };
 
 QTEST_MAIN(WizardSessionTest)

@@ -163,6 +163,7 @@ def buttons():
         light[tint] = (lf, lf, lb, INK)
     button_set('btn_Next', w, h, dark, lambda ink: chevron(w - 20, h / 2 - 0.5, 'right', ink))
     button_set('btn_Back', 124, h, light, lambda ink: chevron(18, h / 2 - 0.5, 'left', ink))
+    button_set('btn_Open', 226, h, light, lambda ink: '')
     # Record and Stop carry their symbol in the caption, so long words never run into it.
     button_set('btn_Stop', w, h, dark, lambda ink: '')
     button_set('btn_NewTrack', 172, h, light,

@@ -8,6 +8,7 @@
 #include "capture/Localization.h"
 #include "ui/CustomView.h"
 #include "ui/CustomWindow.h"
+#include "ui/DonePanelReport.h"
 #include "ui/FloatSlider.h"
 #include "ui/ImageForView.h"
 #include "ui/ImageNamed.h"
@@ -85,6 +86,18 @@ void ShowTypicalState(unsigned panel, CustomView& view)
         if (auto* progress = qobject_cast<QProgressBar*>(view.viewWithTag(31)))
             progress->setValue(progress->maximum() * 2 / 5);
         break;
+    case 6: {
+        // The harder case: one track that could not be added.
+        ExportOutcome outcome;
+        outcome.trackCount = 4;
+        outcome.added = 3;
+        outcome.albumFolder = QStringLiteral("/home/nina/Music/Nina Berg/Songs from the Attic");
+        outcome.notAdded.append({2, QStringLiteral("Paper Boats"), QStringLiteral("No space left on device"),
+                                 QStringLiteral("/home/nina/.local/state/tolm-audio-converter/takes/"
+                                                "1/TolmACTmpFile.2.wav")});
+        (new DonePanelReport(view))->show(outcome, QString());
+        break;
+    }
     case 7: {
         SetText(view, 51, QStringLiteral("Nina Berg"));
         SetText(view, 52, QStringLiteral("Songs from the Attic"));

@@ -43,15 +43,22 @@ int RunImport(const std::vector<std::string>& args)
         return kExitBadInput;
     }
 
-    // Each file is read into a track file of its own, so the export may delete it: the
-    // originals are never touched.
+    // The files are read where they are and never touched; only normalising needs a copy
+    // of each to scale.
     std::optional<Library::StagedTracks> tracks;
     try {
         tracks.emplace();
-        ProgressBar reading("Reading   ");
+        std::optional<ProgressBar> reading;
+        if (normalize)
+            reading.emplace("Reading   ");
         for (size_t i = 0; i < files->size() && !StopRequested(); ++i) {
-            tracks->stage(QString::fromStdString((*files)[i]), 0, -1, [&](double fraction) {
-                reading.Update((double(i) + fraction) / double(files->size()));
+            const QString file = QString::fromStdString((*files)[i]);
+            if (!normalize) {
+                tracks->refer(file);
+                continue;
+            }
+            tracks->stage(file, 0, -1, [&](double fraction) {
+                reading->Update((double(i) + fraction) / double(files->size()));
             });
         }
     } catch (const Library::LibraryError& failure) {
