@@ -1,5 +1,6 @@
 #include "ui/ExportBridge.h"
 
+#include "base/SystemLog.h"
 #include "capture/Audio.h"
 #include "library/NamingField.h"
 #include "ui/AppDelegate.h"
@@ -91,8 +92,8 @@ void ExportBridge::stopSpinner()
 
 void ExportBridge::trackKept(UInt32 track, const QString& file, const QString& reason)
 {
-    std::fprintf(stderr, "Track %u was not added to the music library (%s); its recording stays in %s.\n",
-                 unsigned(track), qPrintable(reason), qPrintable(file));
+    Tolm::SystemLog::Print("Track %u was not added to the music library (%s); its recording stays in %s.\n",
+                           unsigned(track), qPrintable(reason), qPrintable(file));
 }
 
 } // namespace Tolm::Ui
