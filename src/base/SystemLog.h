@@ -15,9 +15,9 @@
 namespace Tolm {
 
 class SystemLog {
-public:
+  public:
     class Sink {
-    public:
+      public:
         virtual ~Sink() = default;
         // Any thread but the audio threads'; the text is passed as it was written,
         // with its line end if it has one.
@@ -81,7 +81,7 @@ public:
         return sink;
     }
 
-private:
+  private:
     static inline std::atomic<Sink*> sCurrent{nullptr};
 };
 

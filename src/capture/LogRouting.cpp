@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kSlots = 64;
 std::array<std::atomic<const char*>, kSlots> gPending{};
 std::atomic<std::uint64_t> gWritten{0};
-std::uint64_t gRead = 0;  // the writer thread's
+std::uint64_t gRead = 0; // the writer thread's
 
 void FromFilters(const char* line)
 {

@@ -16,7 +16,7 @@
 namespace Tolm::Capture {
 
 class LogRouting {
-public:
+  public:
     // Null: standard error. Qt's fatal messages reach standard error in any case, since the
     // program ends right after them.
     explicit LogRouting(SystemLog::Sink* sink);
@@ -24,7 +24,7 @@ public:
     LogRouting(const LogRouting&) = delete;
     LogRouting& operator=(const LogRouting&) = delete;
 
-private:
+  private:
     void Drain();
 
     std::atomic<bool> mStop{false};

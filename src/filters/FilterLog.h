@@ -9,15 +9,15 @@
 namespace Morvo::Audio::Filters {
 
 class FilterLog {
-public:
+  public:
     // Called on the thread that runs the detector, often the audio thread. The line is a
     // literal, so a hook may keep the pointer and write it out later.
     using Hook = void (*)(const char* line);
 
-    static void SetHook(Hook hook) { sHook.store(hook); }  // null: standard error
+    static void SetHook(Hook hook) { sHook.store(hook); } // null: standard error
     static void Write(const char* line);
 
-private:
+  private:
     static inline std::atomic<Hook> sHook{nullptr};
 };
 

@@ -99,7 +99,7 @@ void LogFile::Append(std::string_view bytes)
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-            return;  // a full disk loses log lines, nothing else
+            return; // a full disk loses log lines, nothing else
         bytes.remove_prefix(std::size_t(written));
         mSize += std::uint64_t(written);
     }

@@ -15,7 +15,7 @@
 namespace Tolm::Platform {
 
 class LogFile final : public SystemLog::Sink {
-public:
+  public:
     static constexpr std::uint64_t kRotateBytes = 1024 * 1024;
     static constexpr int kKeptFiles = 3;
 
@@ -33,7 +33,7 @@ public:
     const std::string& path() const { return mPath; }
     void Write(std::string_view text) override;
 
-private:
+  private:
     void Open();
     void Rotate();
     void Append(std::string_view bytes);

@@ -18,8 +18,8 @@ TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrder)
 {
     // A value may look like a number below 0 or an option; a name need not be UTF-8.
     ArgumentParser p("t", kOptions,
-                     {"a.wav", "--eq", "riaa", "--json", "--title=One", "--title", "--Two", "--gain", "-6", "b\xff.wav",
-                      "--", "--odd-name.wav"});
+                     {"a.wav", "--eq", "riaa", "--json", "--title=One", "--title", "--Two", "--gain", "-6",
+                      "b\xff.wav", "--", "--odd-name.wav"});
     EXPECT_TRUE(p.Flag("json"));
     EXPECT_FALSE(p.Flag("verbose"));
     EXPECT_EQ(p.Value("eq"), "riaa");
@@ -33,7 +33,8 @@ TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrder)
 TEST(ArgumentParser, WhatItDoesNotUnderstandIsOneLine)
 {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"--bogus", "x"}, "tolm-convert t: unknown option --bogus (tolm-convert t --help lists the options)\n"},
+        {{"--bogus", "x"},
+         "tolm-convert t: unknown option --bogus (tolm-convert t --help lists the options)\n"},
         {{"-q"}, "tolm-convert t: unknown option -q (tolm-convert t --help lists the options)\n"},
         {{"x", "--eq"}, "tolm-convert t: --eq needs a value\n"},
         {{"--json=yes"}, "tolm-convert t: --json takes no value\n"},

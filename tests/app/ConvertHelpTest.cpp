@@ -5,7 +5,6 @@
 #include "ConvertRun.h"
 
 #include <gtest/gtest.h>
-
 #include <regex>
 
 using namespace Tolm::Test;
@@ -34,7 +33,8 @@ std::string Shell(const std::string& script)
 {
     TempFolder folder;
     std::ofstream(folder.File("script.sh")) << script;
-    const std::string command = "bash " + Quote(folder.File("script.sh")) + " 2>/dev/null >" + Quote(folder.File("out"));
+    const std::string command =
+        "bash " + Quote(folder.File("script.sh")) + " 2>/dev/null >" + Quote(folder.File("out"));
     return std::system(command.c_str()) == 0 ? Slurp(folder.File("out")) : "(failed)";
 }
 
@@ -44,8 +44,8 @@ std::string Completed(const std::vector<std::string>& words)
     std::string array;
     for (const auto& word : words)
         array += " " + Quote(word);
-    return Shell("source " + Quote(std::string(TOLM_MANUAL_DIR) + "/tolm-convert.bash") + "\nCOMP_WORDS=(tolm-convert" +
-                 array + ")\nCOMP_CWORD=" + std::to_string(words.size()) +
+    return Shell("source " + Quote(std::string(TOLM_MANUAL_DIR) + "/tolm-convert.bash") +
+                 "\nCOMP_WORDS=(tolm-convert" + array + ")\nCOMP_CWORD=" + std::to_string(words.size()) +
                  "\n_tolm_convert\necho ${COMPREPLY[*]}\n");
 }
 
@@ -66,7 +66,8 @@ TEST(ConvertHelp, EveryCommandAnswersHelpAndVersionAndTellsEachOptionWithItsDefa
         EXPECT_EQ(help.out.rfind(std::string("Usage: tolm-convert ") + command.name, 0), 0u) << help.out;
         const std::string text = Flowing(help.out);
         for (const CommandOption& option : command.options) {
-            EXPECT_NE(text.find(std::string(" --") + option.name + (option.takesValue() ? " " : "")), std::string::npos)
+            EXPECT_NE(text.find(std::string(" --") + option.name + (option.takesValue() ? " " : "")),
+                      std::string::npos)
                 << option.name;
             if (option.defaultText && !option.currentDefault) {
                 EXPECT_NE(text.find(std::string("Default: ") + option.defaultText + "."), std::string::npos)
@@ -75,7 +76,8 @@ TEST(ConvertHelp, EveryCommandAnswersHelpAndVersionAndTellsEachOptionWithItsDefa
         }
         const auto version = Convert(folder, {command.name, "--version"});
         EXPECT_EQ(version.status, 0);
-        EXPECT_TRUE(std::regex_match(version.out, std::regex("tolm-convert [0-9]+\\.[0-9]+\\.[0-9]+\n"))) << version.out;
+        EXPECT_TRUE(std::regex_match(version.out, std::regex("tolm-convert [0-9]+\\.[0-9]+\\.[0-9]+\n")))
+            << version.out;
     }
     const auto unknown = Convert(folder, {"nonsense"});
     EXPECT_EQ(unknown.status, 2);
@@ -90,7 +92,8 @@ TEST(ConvertHelp, EveryOptionOfAUsageLineIsInItsCommandsTable)
     const std::regex option("--([a-z][a-z0-9-]*)");
     for (const Command& command : Tolm::Convert::Commands()) {
         const std::string usage = command.usage;
-        for (auto it = std::sregex_iterator(usage.begin(), usage.end(), option); it != std::sregex_iterator(); ++it)
+        for (auto it = std::sregex_iterator(usage.begin(), usage.end(), option); it != std::sregex_iterator();
+             ++it)
             EXPECT_TRUE(Declared(command, (*it)[1])) << command.name << ": --" << (*it)[1];
     }
 }
@@ -105,12 +108,13 @@ TEST(ManualPages, RenderCleanlyAndTellEveryCommandAndOption)
         // -ww: every warning; -z: no output, only the warnings.
         EXPECT_EQ(Shell("groff -man -ww -z -Tutf8 " + Quote(path) + " 2>&1"), "");
     }
-    const std::string text =
-        Flowing(Shell("groff -man -Tascii -P-cbou " + Quote(std::string(TOLM_MANUAL_DIR) + "/tolm-convert.1")));
+    const std::string text = Flowing(
+        Shell("groff -man -Tascii -P-cbou " + Quote(std::string(TOLM_MANUAL_DIR) + "/tolm-convert.1")));
     for (const Command& command : Tolm::Convert::Commands()) {
         EXPECT_NE(text.find(std::string("tolm-convert ") + command.name), std::string::npos) << command.name;
         for (const CommandOption& option : command.options)
-            EXPECT_NE(text.find(std::string("--") + option.name), std::string::npos) << command.name << " --" << option.name;
+            EXPECT_NE(text.find(std::string("--") + option.name), std::string::npos)
+                << command.name << " --" << option.name;
     }
 }
 
@@ -121,6 +125,6 @@ TEST(BashCompletion, OffersCommandsTheirOptionsAndTheValuesAnOptionTakes)
     EXPECT_EQ(Completed({"tracks", "--eq", ""}), "none riaa riaa-bass chrome\n");
     EXPECT_EQ(Completed({"import", "--format", "o"}), "ogg opus\n");
     EXPECT_EQ(Completed({"record", "--tape", ""}), "normal chrome\n");
-    EXPECT_EQ(Completed({"--verbose", "split", "--no"}), "\n");  // split has no --no-auto-split
+    EXPECT_EQ(Completed({"--verbose", "split", "--no"}), "\n"); // split has no --no-auto-split
     EXPECT_EQ(Completed({"help", "sp"}), "split\n");
 }

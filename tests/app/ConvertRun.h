@@ -40,7 +40,8 @@ inline Run Convert(const TempFolder& folder, const std::vector<std::string>& arg
         command += " " + Quote(a);
     command += " >" + Quote(folder.File("out.txt")) + " 2>" + Quote(folder.File("err.txt")) + " </dev/null";
     const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(folder.File("out.txt")), Slurp(folder.File("err.txt"))};
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(folder.File("out.txt")),
+            Slurp(folder.File("err.txt"))};
 }
 
 } // namespace Tolm::Test

@@ -50,7 +50,8 @@ TEST(TracksCommand, PrintsTheTracksOfASideAsATableOrJson)
     run = Convert(folder, {"tracks", "--json", odd});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(QJsonDocument::fromJson(QByteArray::fromStdString(run.out))["file"].toString(),
-              QStringLiteral("a \"quoted\" \\ name \uFFFD.wav").prepend(QString::fromStdString(folder.Path() + "/")))
+              QStringLiteral("a \"quoted\" \\ name \uFFFD.wav")
+                  .prepend(QString::fromStdString(folder.Path() + "/")))
         << run.out;
 }
 

@@ -5,11 +5,10 @@
 
 #include <QtGlobal>
 #include <gtest/gtest.h>
-
 #include <thread>
 
-using Tolm::Capture::LogRouting;
 using Morvo::Audio::Filters::FilterLog;
+using Tolm::Capture::LogRouting;
 
 // The engine's lines, the detector's (from another thread, as the audio thread sends them)
 // and Qt's all reach the one sink, the detector's in their order; none is left behind when

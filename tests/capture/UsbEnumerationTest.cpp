@@ -1,7 +1,7 @@
 #include "capture/UsbEnumeration.h"
 
-#include "platform/FakeUsbBus.h"
 #include "../support/LogCapture.h"
+#include "platform/FakeUsbBus.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,8 @@
 #include "platform/LogFile.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
 #include <sys/stat.h>
@@ -48,9 +47,10 @@ TEST(LogFile, StampsEachLineAndKeepsItsTextInAPrivateFolder)
     }
     const std::string text = Read(logFolder / "tolm-audio-converter.log");
     const std::string stamp = "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} ";
-    EXPECT_TRUE(std::regex_match(text, std::regex(stamp + "newRecorder Error: open audio file \\('wht\\?'\\)\n" + stamp +
-                                                  "CAPlayThrough ERROR: Cannot Init CAPlayThrough and more\n" +
-                                                  stamp + "second\n" + stamp + "third")))
+    EXPECT_TRUE(std::regex_match(
+        text, std::regex(stamp + "newRecorder Error: open audio file \\('wht\\?'\\)\n" + stamp +
+                         "CAPlayThrough ERROR: Cannot Init CAPlayThrough and more\n" + stamp + "second\n" +
+                         stamp + "third")))
         << text;
     EXPECT_EQ(Mode(logFolder), 0700u);
     EXPECT_EQ(Mode(logFolder.parent_path()), 0700u);

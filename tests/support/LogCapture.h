@@ -10,7 +10,7 @@
 namespace Tolm::Test {
 
 class LogCapture final : public SystemLog::Sink {
-public:
+  public:
     LogCapture() : mPrevious(SystemLog::SetSink(this)) {}
     ~LogCapture() override { SystemLog::SetSink(mPrevious); }
     LogCapture(const LogCapture&) = delete;
@@ -27,7 +27,7 @@ public:
         return mText;
     }
 
-private:
+  private:
     SystemLog::Sink* mPrevious;
     std::mutex mMutex;
     std::string mText;

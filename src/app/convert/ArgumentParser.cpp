@@ -12,7 +12,10 @@ namespace {
 
 // Latin-1 maps bytes to characters one to one: file names that are not UTF-8 come back
 // byte for byte.
-QString Text(const std::string& bytes) { return QString::fromLatin1(bytes.data(), qsizetype(bytes.size())); }
+QString Text(const std::string& bytes)
+{
+    return QString::fromLatin1(bytes.data(), qsizetype(bytes.size()));
+}
 
 std::string Bytes(const QString& text)
 {
@@ -42,11 +45,11 @@ ArgumentParser::ArgumentParser(std::string command, std::vector<CommandOption> o
         QStringList names{QString::fromLatin1(option.name)};
         if (names.front() == QLatin1String("help"))
             names.prepend(QStringLiteral("h"));
-        mParser.addOption(QCommandLineOption(names, QString::fromUtf8(option.description),
-                                             option.takesValue() ? QString::fromLatin1(option.valueName)
-                                                                 : QString()));
+        mParser.addOption(
+            QCommandLineOption(names, QString::fromUtf8(option.description),
+                               option.takesValue() ? QString::fromLatin1(option.valueName) : QString()));
     }
-    QStringList list{QStringLiteral("tolm-convert")};  // the parser skips the program's name
+    QStringList list{QStringLiteral("tolm-convert")}; // the parser skips the program's name
     for (const std::string& arg : args)
         list << Text(arg);
     if (!mParser.parse(list))
@@ -97,7 +100,10 @@ QString ArgumentParser::Declared(const std::string& name) const
     return QString::fromLatin1(name.data(), qsizetype(name.size()));
 }
 
-bool ArgumentParser::Flag(const std::string& name) { return mParser.isSet(Declared(name)); }
+bool ArgumentParser::Flag(const std::string& name)
+{
+    return mParser.isSet(Declared(name));
+}
 
 std::vector<std::string> ArgumentParser::Values(const std::string& name)
 {

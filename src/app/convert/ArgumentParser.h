@@ -15,14 +15,14 @@
 namespace Tolm::Convert {
 
 class ArgumentParser {
-public:
+  public:
     // The options of the registered command `command`.
     ArgumentParser(std::string command, std::vector<std::string> args);
     ArgumentParser(std::string command, std::vector<CommandOption> options, std::vector<std::string> args);
 
     bool Flag(const std::string& name);                        // --name present
-    std::optional<std::string> Value(const std::string& name);  // last --name VALUE
-    std::vector<std::string> Values(const std::string& name);   // every --name VALUE, in order
+    std::optional<std::string> Value(const std::string& name); // last --name VALUE
+    std::vector<std::string> Values(const std::string& name);  // every --name VALUE, in order
     // The positionals, or nullopt after a message when an argument was not understood (an
     // unknown option, a missing value, a value given to a flag).
     std::optional<std::vector<std::string>> Positionals();
@@ -31,7 +31,7 @@ public:
     void Error(const std::string& message) const;
     const std::string& CommandName() const { return mCommand; }
 
-private:
+  private:
     const CommandOption* Find(const std::string& name) const;
     QString Declared(const std::string& name) const;
     std::string Problem(const std::vector<std::string>& args) const;
@@ -39,7 +39,7 @@ private:
     std::string mCommand;
     std::vector<CommandOption> mOptions;
     QCommandLineParser mParser;
-    std::string mProblem;  // told by Positionals()
+    std::string mProblem; // told by Positionals()
 };
 
 } // namespace Tolm::Convert

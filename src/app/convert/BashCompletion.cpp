@@ -48,19 +48,20 @@ std::string BashCompletion::ForConverter(const std::vector<Command>& commands)
     std::string names;
     for (const Command* command : CommandHelp::Sorted(commands))
         names += (names.empty() ? "" : " ") + std::string(command->name);
-    std::string script =
-        "# bash completion for tolm-convert -*- shell-script -*-\n\n"
-        "_tolm_convert()\n{\n"
-        "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}\n"
-        "    local command= options= i\n"
-        "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
-        "        [[ ${COMP_WORDS[i]} == -* ]] || { command=${COMP_WORDS[i]}; break; }\n"
-        "    done\n"
-        "    if [[ -z $command ]]; then\n"
-        "        COMPREPLY=($(compgen -W '" + names + " help " + OptionWords(CommonOptions()) + "' -- \"$cur\"))\n"
-        "        return\n"
-        "    fi\n"
-        "    case $command in\n";
+    std::string script = "# bash completion for tolm-convert -*- shell-script -*-\n\n"
+                         "_tolm_convert()\n{\n"
+                         "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}\n"
+                         "    local command= options= i\n"
+                         "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
+                         "        [[ ${COMP_WORDS[i]} == -* ]] || { command=${COMP_WORDS[i]}; break; }\n"
+                         "    done\n"
+                         "    if [[ -z $command ]]; then\n"
+                         "        COMPREPLY=($(compgen -W '" +
+                         names + " help " + OptionWords(CommonOptions()) +
+                         "' -- \"$cur\"))\n"
+                         "        return\n"
+                         "    fi\n"
+                         "    case $command in\n";
     for (const Command* command : CommandHelp::Sorted(commands)) {
         script += "    " + std::string(command->name) + ")\n";
         const std::string values = ValueCases(command->options, "            ");
@@ -68,11 +69,15 @@ std::string BashCompletion::ForConverter(const std::vector<Command>& commands)
             script += "        case $prev in\n" + values + "        esac\n";
         script += "        options='" + OptionWords(command->options) + "' ;;\n";
     }
-    script += "    help)\n        COMPREPLY=($(compgen -W '" + names + "' -- \"$cur\")); return ;;\n"
+    script += "    help)\n        COMPREPLY=($(compgen -W '" + names +
+              "' -- \"$cur\")); return ;;\n"
               "    *) return ;;\n    esac\n"
               "    if [[ $cur == -* ]]; then\n"
-              "        COMPREPLY=($(compgen -W \"$options " + OptionWords(CommonOptions()) + "\" -- \"$cur\"))\n"
-              "        return\n    fi\n" + kFiles + "}\n\ncomplete -F _tolm_convert tolm-convert\n";
+              "        COMPREPLY=($(compgen -W \"$options " +
+              OptionWords(CommonOptions()) +
+              "\" -- \"$cur\"))\n"
+              "        return\n    fi\n" +
+              kFiles + "}\n\ncomplete -F _tolm_convert tolm-convert\n";
     return script;
 }
 
@@ -81,7 +86,9 @@ std::string BashCompletion::ForWizard(const std::vector<CommandOption>& options)
     return "# bash completion for tolm-audio-converter -*- shell-script -*-\n\n"
            "_tolm_audio_converter()\n{\n"
            "    local cur=${COMP_WORDS[COMP_CWORD]}\n"
-           "    COMPREPLY=($(compgen -W '" + OptionWords(options) + " --help --version' -- \"$cur\"))\n"
+           "    COMPREPLY=($(compgen -W '" +
+           OptionWords(options) +
+           " --help --version' -- \"$cur\"))\n"
            "}\n\ncomplete -F _tolm_audio_converter tolm-audio-converter\n";
 }
 

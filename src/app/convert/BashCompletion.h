@@ -11,7 +11,7 @@
 namespace Tolm::Convert {
 
 class BashCompletion {
-public:
+  public:
     static std::string ForConverter(const std::vector<Command>& commands);
     static std::string ForWizard(const std::vector<CommandOption>& options);
 };

@@ -27,8 +27,8 @@ inline constexpr int kExitBadInput = 2;
 
 struct Command {
     const char* name;
-    const char* summary;  // lower case, no full stop: "find the tracks of a recorded side"
-    const char* usage;    // without the program name
+    const char* summary; // lower case, no full stop: "find the tracks of a recorded side"
+    const char* usage;   // without the program name
     int (*run)(const std::vector<std::string>& args);  // args after the command name
     std::vector<CommandOption> options = {};
 };

@@ -9,7 +9,7 @@ namespace Tolm::Convert {
 namespace {
 
 constexpr std::size_t kLineWidth = 79;
-constexpr std::size_t kLeftWidth = 22;  // option column, beyond it the text starts below
+constexpr std::size_t kLeftWidth = 22; // option column, beyond it the text starts below
 
 std::string Wrapped(const std::string& text, std::size_t indent)
 {
@@ -148,15 +148,17 @@ std::vector<const Command*> CommandHelp::Sorted(const std::vector<Command>& comm
 
 std::string CommandHelp::ForProgram(const std::vector<Command>& commands)
 {
-    std::string out = "Usage: tolm-convert COMMAND [OPTIONS]\n\n" + Wrapped(Description(), 0) + "\n\nCommands:\n";
+    std::string out =
+        "Usage: tolm-convert COMMAND [OPTIONS]\n\n" + Wrapped(Description(), 0) + "\n\nCommands:\n";
     for (const Command* command : Sorted(commands)) {
         const std::string name = std::string("  ") + command->name;
-        out += name + std::string(name.size() < 15 ? 15 - name.size() : 1, ' ') + Wrapped(command->summary, 15) +
-               "\n";
+        out += name + std::string(name.size() < 15 ? 15 - name.size() : 1, ' ') +
+               Wrapped(command->summary, 15) + "\n";
     }
     out += "\nOptions:\n" + OptionList(CommonOptions());
-    out += "\n\"tolm-convert COMMAND --help\" tells the options of a command, \"man tolm-convert\" tells more.\n"
-           "Exit status: 0 done, 1 failed while working, 2 bad arguments or bad input.\n";
+    out +=
+        "\n\"tolm-convert COMMAND --help\" tells the options of a command, \"man tolm-convert\" tells more.\n"
+        "Exit status: 0 done, 1 failed while working, 2 bad arguments or bad input.\n";
     return out;
 }
 
@@ -168,6 +170,9 @@ std::string CommandHelp::ForCommand(const Command& command)
            "\n\nOptions:\n" + OptionList(options);
 }
 
-std::string CommandHelp::Version() { return std::string("tolm-convert ") + TOLM_VERSION; }
+std::string CommandHelp::Version()
+{
+    return std::string("tolm-convert ") + TOLM_VERSION;
+}
 
 } // namespace Tolm::Convert

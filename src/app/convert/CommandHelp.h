@@ -11,10 +11,10 @@
 namespace Tolm::Convert {
 
 class CommandHelp {
-public:
+  public:
     static std::string ForProgram(const std::vector<Command>& commands);
     static std::string ForCommand(const Command& command);
-    static std::string Version();  // "tolm-convert 0.1.0"
+    static std::string Version(); // "tolm-convert 0.1.0"
     // What tolm-convert does, in a few sentences (also the manual page's description).
     static const char* Description();
 

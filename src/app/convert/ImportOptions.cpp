@@ -9,11 +9,20 @@ namespace Tolm::Convert {
 
 namespace {
 
-QString Text(const std::string& utf8) { return QString::fromStdString(utf8); }
+QString Text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
 
-std::string CurrentFolder() { return Library::LibrarySettings::folder().toStdString(); }
+std::string CurrentFolder()
+{
+    return Library::LibrarySettings::folder().toStdString();
+}
 
-std::string CurrentFormat() { return Library::ImportFormatName(Library::LibrarySettings::format()).toStdString(); }
+std::string CurrentFormat()
+{
+    return Library::ImportFormatName(Library::LibrarySettings::format()).toStdString();
+}
 
 } // namespace
 

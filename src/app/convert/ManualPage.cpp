@@ -10,8 +10,8 @@ namespace {
 
 std::string Header(const char* name, const char* summary)
 {
-    return std::string(".TH ") + ManualPage::Escaped(name) + " 1 \"\" \"Tolm Audio Converter " TOLM_VERSION
-           "\" \"User Commands\"\n"
+    return std::string(".TH ") + ManualPage::Escaped(name) +
+           " 1 \"\" \"Tolm Audio Converter " TOLM_VERSION "\" \"User Commands\"\n"
            // Ragged right and unhyphenated: option names and paths stay whole.
            ".ad l\n.nh\n.SH NAME\n" +
            ManualPage::Escaped(std::string(name) + " - " + summary) + "\n";
@@ -61,7 +61,8 @@ std::string ManualPage::Escaped(const std::string& text)
 
 std::string ManualPage::ForConverter(const std::vector<Command>& commands)
 {
-    std::string page = Header("tolm-convert", "record, split and import records and tapes into your music library");
+    std::string page =
+        Header("tolm-convert", "record, split and import records and tapes into your music library");
     page += ".SH SYNOPSIS\n.B tolm\\-convert\n\\fICOMMAND\\fR [\\fIOPTIONS\\fR]\n.br\n.B tolm\\-convert\n"
             "[\\fICOMMAND\\fR] \\fB\\-\\-help\\fR | \\fB\\-\\-version\\fR\n";
     page += ".SH DESCRIPTION\n" + Escaped(CommandHelp::Description()) + "\n.PP\n" +
@@ -70,7 +71,8 @@ std::string ManualPage::ForConverter(const std::vector<Command>& commands)
                     "--verbose is given.") +
             "\n.SH COMMANDS\n";
     for (const Command* command : CommandHelp::Sorted(commands)) {
-        page += ".SS " + Escaped(command->name) + "\n\\fBtolm\\-convert\\fR " + Escaped(command->usage) + "\n.PP\n" + Escaped(CommandHelp::Sentence(command->summary)) + "\n";
+        page += ".SS " + Escaped(command->name) + "\n\\fBtolm\\-convert\\fR " + Escaped(command->usage) +
+                "\n.PP\n" + Escaped(CommandHelp::Sentence(command->summary)) + "\n";
         page += Options(command->options);
     }
     page += ".SH OPTIONS OF EVERY COMMAND\n" + Options(CommonOptions());
@@ -103,16 +105,19 @@ std::string ManualPage::ForWizard(const std::vector<CommandOption>& options, con
     std::string page = Header("tolm-audio-converter",
                               "turn records and tapes into named, tagged tracks in your music library");
     page += ".SH SYNOPSIS\n.B tolm\\-audio\\-converter\n[\\fB\\-\\-demo\\fR] [\\fB\\-\\-verbose\\fR]\n";
-    page += ".SH DESCRIPTION\n" + Escaped(description) + "\n.PP\n" +
-            Escaped("Without a desktop, use tolm-convert(1), which does the same work from the command line.") +
-            "\n.SH OPTIONS\n" + Options(options);
+    page +=
+        ".SH DESCRIPTION\n" + Escaped(description) + "\n.PP\n" +
+        Escaped("Without a desktop, use tolm-convert(1), which does the same work from the command line.") +
+        "\n.SH OPTIONS\n" + Options(options);
     page += ".TP\n\\fB\\-h\\fR, \\fB\\-\\-help\\fR\n" + Escaped("Show the help and exit.") + "\n";
     page += ".TP\n\\fB\\-v\\fR, \\fB\\-\\-version\\fR\n" + Escaped("Show the version and exit.") + "\n";
-    page += ".SH FILES\n" +
-            Item(".I $XDG_STATE_HOME/tolm\\-audio\\-converter/log/tolm\\-audio\\-converter.log",
-                 "The program's log (~/.local/state/... when XDG_STATE_HOME is not set). At 1 MiB it moves to "
-                 ".log.1; three old logs are kept. Attach it when you report a problem.") +
-            Item((std::string(".I ") + kSettings).c_str(), "The window's place and the library folder and format.");
+    page +=
+        ".SH FILES\n" +
+        Item(".I $XDG_STATE_HOME/tolm\\-audio\\-converter/log/tolm\\-audio\\-converter.log",
+             "The program's log (~/.local/state/... when XDG_STATE_HOME is not set). At 1 MiB it moves to "
+             ".log.1; three old logs are kept. Attach it when you report a problem.") +
+        Item((std::string(".I ") + kSettings).c_str(),
+             "The window's place and the library folder and format.");
     page += ".SH SEE ALSO\n.BR tolm\\-convert (1)\n";
     return page;
 }

@@ -1,7 +1,5 @@
 #include "SideAnalysis.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
@@ -10,6 +8,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <sndfile.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -231,7 +230,8 @@ CommandOption EqualiserOption()
     return {"eq", "EQ",
             "The equaliser the side is heard through before its gaps are looked for, as when "
             "recording: none; riaa, the full record playback curve; riaa-bass, only its bass "
-            "boost (for USB turntables whose own preamplifier does part of the correction); chrome, the treble cut "
+            "boost (for USB turntables whose own preamplifier does part of the correction); chrome, the "
+            "treble cut "
             "for chrome tapes.",
             "none", "none riaa riaa-bass chrome"};
 }

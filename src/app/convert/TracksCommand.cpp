@@ -112,8 +112,8 @@ const std::vector<CommandOption> kOptions = {
 };
 
 const Registration registration{{"tracks", "find the tracks of a recorded side",
-                                  "tracks [--eq none|riaa|riaa-bass|chrome] [--json] [--verbose] FILE",
-                                  &RunTracks, kOptions}};
+                                 "tracks [--eq none|riaa|riaa-bass|chrome] [--json] [--verbose] FILE",
+                                 &RunTracks, kOptions}};
 
 } // namespace
 

@@ -35,11 +35,10 @@ int main(int argc, char** argv)
     }
     const std::string folder = argv[1];
     const auto& wizard = Tolm::Wizard::WizardOptions();
-    const bool written =
-        WriteFile(folder + "/tolm-convert.1", ManualPage::ForConverter(Commands())) &&
-        WriteFile(folder + "/tolm-audio-converter.1",
-                  ManualPage::ForWizard(wizard, Tolm::Wizard::WizardDescription())) &&
-        WriteFile(folder + "/tolm-convert.bash", BashCompletion::ForConverter(Commands())) &&
-        WriteFile(folder + "/tolm-audio-converter.bash", BashCompletion::ForWizard(wizard));
+    const bool written = WriteFile(folder + "/tolm-convert.1", ManualPage::ForConverter(Commands())) &&
+                         WriteFile(folder + "/tolm-audio-converter.1",
+                                   ManualPage::ForWizard(wizard, Tolm::Wizard::WizardDescription())) &&
+                         WriteFile(folder + "/tolm-convert.bash", BashCompletion::ForConverter(Commands())) &&
+                         WriteFile(folder + "/tolm-audio-converter.bash", BashCompletion::ForWizard(wizard));
     return written ? 0 : 1;
 }

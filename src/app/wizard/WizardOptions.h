@@ -8,7 +8,7 @@
 
 namespace Tolm::Wizard {
 
-const std::vector<Convert::CommandOption>& WizardOptions();  // without --help and --version
+const std::vector<Convert::CommandOption>& WizardOptions(); // without --help and --version
 const char* WizardDescription();
 
 } // namespace Tolm::Wizard

@@ -53,7 +53,8 @@ struct Options {
         parser.addHelpOption();
         parser.addVersionOption();
         for (const auto& option : Tolm::Wizard::WizardOptions())
-            parser.addOption(QCommandLineOption(QString::fromLatin1(option.name), QString::fromUtf8(option.description)));
+            parser.addOption(
+                QCommandLineOption(QString::fromLatin1(option.name), QString::fromUtf8(option.description)));
     }
     bool isSet(const char* name) const { return parser.isSet(QString::fromLatin1(name)); }
 };
@@ -92,7 +93,8 @@ int main(int argc, char** argv)
     // The engine's own lines go to the log file, for whoever looks into a problem later.
     Tolm::Platform::LogFile log(Tolm::Platform::LogFile::DefaultFolder(), options.isSet("verbose"));
     if (!log.isOpen())
-        std::fprintf(stderr, "tolm-audio-converter: cannot write the log file %s; its lines go here instead.\n",
+        std::fprintf(stderr,
+                     "tolm-audio-converter: cannot write the log file %s; its lines go here instead.\n",
                      log.path().c_str());
     const Tolm::Capture::LogRouting logLines(&log);
 
