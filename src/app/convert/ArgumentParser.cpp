@@ -100,6 +100,8 @@ QString ArgumentParser::Declared(const std::string& name) const
     return QString::fromLatin1(name.data(), qsizetype(name.size()));
 }
 
+bool ArgumentParser::Declares(const std::string& name) const { return Find(name) != nullptr; }
+
 bool ArgumentParser::Flag(const std::string& name)
 {
     return mParser.isSet(Declared(name));

@@ -20,6 +20,7 @@ class ArgumentParser {
     ArgumentParser(std::string command, std::vector<std::string> args);
     ArgumentParser(std::string command, std::vector<CommandOption> options, std::vector<std::string> args);
 
+    bool Declares(const std::string& name) const;               // --name is in the table
     bool Flag(const std::string& name);                        // --name present
     std::optional<std::string> Value(const std::string& name); // last --name VALUE
     std::vector<std::string> Values(const std::string& name);  // every --name VALUE, in order

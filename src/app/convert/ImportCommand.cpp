@@ -80,7 +80,7 @@ int RunImport(const std::vector<std::string>& args)
 
 std::vector<CommandOption> Options()
 {
-    std::vector<CommandOption> options = ImportOptionRows();
+    std::vector<CommandOption> options = ImportOptionRows(false);
     options.push_back({"normalize", nullptr,
                        "Bring all tracks up (or down) by one gain, so that the loudest peak of all "
                        "the files reaches 97% of full scale."});

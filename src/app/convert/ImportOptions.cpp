@@ -4,6 +4,7 @@
 #include "library/LibrarySettings.h"
 
 #include <QDir>
+#include <string_view>
 
 namespace Tolm::Convert {
 
@@ -26,14 +27,16 @@ std::string CurrentFormat()
 
 } // namespace
 
-std::vector<CommandOption> ImportOptionRows()
+std::vector<CommandOption> ImportOptionRows(bool importFlag)
 {
-    return {
-        {"artist", "A", "The artist, written into every track's tags and the library's folder name."},
-        {"album", "B", "The album, written into every track's tags and the library's folder name."},
+    std::vector<CommandOption> rows = {
+        {"artist", "A", "The artist, written into every track's tags and the library's folder name.",
+         "\"Unknown Artist\""},
+        {"album", "B", "The album, written into every track's tags and the library's folder name.",
+         "\"Unknown Album\""},
         {"title", "T",
          "The title of the next track: give --title once per track, in track order. Tracks without a "
-         "title are called \"Track N\"; titles beyond the last track are not used."},
+         "title are called \"Unknown Track\"; titles beyond the last track are not used."},
         {"import", nullptr,
          "Add the tracks to the music library as Artist/Album/NN Title, tagged and converted to the "
          "library's format."},
@@ -44,12 +47,15 @@ std::vector<CommandOption> ImportOptionRows()
         {"format", "F", "The format the library's files are converted to: flac, mp3, ogg, opus or wav.",
          "the format chosen in the wizard, else flac", "flac mp3 ogg opus wav", &CurrentFormat},
     };
+    if (!importFlag)
+        std::erase_if(rows, [](const CommandOption& row) { return std::string_view(row.name) == "import"; });
+    return rows;
 }
 
 std::optional<Library::ConsoleImport> TakeImportOptions(ArgumentParser& parser)
 {
     Library::ConsoleImport import;
-    import.wanted = parser.Flag("import");
+    import.wanted = parser.Declares("import") && parser.Flag("import");
     if (const auto artist = parser.Value("artist"))
         import.names.artist = Text(*artist);
     if (const auto album = parser.Value("album"))

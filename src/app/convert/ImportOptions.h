@@ -11,8 +11,9 @@
 
 namespace Tolm::Convert {
 
-// Their rows, to add to a command's option table.
-std::vector<CommandOption> ImportOptionRows();
+// Their rows, to add to a command's option table; without --import for a command that
+// always imports.
+std::vector<CommandOption> ImportOptionRows(bool importFlag = true);
 
 // nullopt after a one-line message on standard error (an empty folder name, an unknown format).
 std::optional<Library::ConsoleImport> TakeImportOptions(ArgumentParser& parser);
