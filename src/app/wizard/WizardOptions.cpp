@@ -14,14 +14,16 @@ const std::vector<Convert::CommandOption>& WizardOptions()
     return options;
 }
 
+// Broken into lines for --help, which does not wrap it; the manual page joins them again.
 const char* WizardDescription()
 {
-    return "Turns records and tapes played on a USB turntable or cassette deck into named, tagged tracks in "
-           "your music library. The wizard leads you through it: connect the device, say whether it is a "
-           "turntable or a tape deck (normal or chrome tape), set the level while listening, record (tracks "
-           "are split at the silent gaps between them and the recording ends by itself at the end of an "
-           "album side, or you split by hand), name artist, album and tracks, and the tracks land in your "
-           "music library, tagged and converted to your format.";
+    return "Turns records and tapes played on a USB turntable or cassette deck into named,\n"
+           "tagged tracks in your music library. The wizard leads you through it: connect\n"
+           "the device, say whether it is a turntable or a tape deck (normal or chrome\n"
+           "tape), set the level while listening, record (tracks are split at the silent\n"
+           "gaps between them and the recording ends by itself at the end of an album side,\n"
+           "or you split by hand), name artist, album and tracks, and the tracks land in\n"
+           "your music library, tagged and converted to your format.";
 }
 
 } // namespace Tolm::Wizard
