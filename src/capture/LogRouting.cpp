@@ -15,7 +15,7 @@ namespace {
 
 // The filters' lines are literals, so the ring holds pointers only. A line that finds its
 // slot still taken (more than a ring's worth between two drains) is dropped.
-constexpr std::size_t kSlots = 64;
+constexpr std::size_t kSlots = 256;
 std::array<std::atomic<const char*>, kSlots> gPending{};
 std::atomic<std::uint64_t> gWritten{0};
 std::uint64_t gRead = 0; // the writer thread's
