@@ -12,6 +12,7 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
   pulseaudio pulseaudio-utils xvfb xauth sox
+  groff-base  # the manual pages are rendered in a test
 )
 
 missing=()

@@ -1,5 +1,6 @@
 #include "capture/Audio.h"
 
+#include "base/SystemLog.h"
 #include "base/TolmAssert.h"
 #include "capture/AlertPresenter.h"
 #include "capture/GapEventQueue.h"
@@ -120,10 +121,10 @@ std::unique_ptr<CAAudioFileRecorder> Audio::newRecorder(const QString& path)
         recorder->SetFile(parent, name, kAudioFileWAVEType, format);
         return recorder;
     } catch (const CAXException& e) {
-        std::fprintf(stderr, "newRecorder Error: %s (%s)\n", e.Operation(),
-                     CAXException::FormatError(e.GetError()).c_str());
+        Tolm::SystemLog::Print("newRecorder Error: %s (%s)\n", e.Operation(),
+                               CAXException::FormatError(e.GetError()).c_str());
     } catch (...) {
-        std::fprintf(stderr, "newRecorder An unknown error occurred\n");
+        Tolm::SystemLog::Print("newRecorder An unknown error occurred\n");
     }
     return nullptr;
 }
@@ -192,7 +193,7 @@ void Audio::stopRecording()
         _recorder103->Stop();
     } catch (...) {
         // Kept, and still counted as recording: the user may press Stop again.
-        std::fprintf(stderr, "ERROR: _recorder103->Stop()\n");
+        Tolm::SystemLog::Print("ERROR: _recorder103->Stop()\n");
         return;
     }
     mRecording.store(false);
@@ -224,10 +225,10 @@ void Audio::HandleGapEvent(int event)
     try {
         newTrack();
     } catch (const CAXException& e) {
-        std::fprintf(stderr, "newTrack Error: %s (%s)\n", e.Operation(),
-                     CAXException::FormatError(e.GetError()).c_str());
+        Tolm::SystemLog::Print("newTrack Error: %s (%s)\n", e.Operation(),
+                               CAXException::FormatError(e.GetError()).c_str());
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "newTrack Error: %s\n", e.what());
+        Tolm::SystemLog::Print("newTrack Error: %s\n", e.what());
     }
 }
 
@@ -344,8 +345,8 @@ int Audio::selectInputFromDeviceList()
     const Platform::AudioDeviceList::Device* match = nullptr;
     int index = 0;
     for (const auto& entry : mInputDeviceList->GetList()) {
-        std::fprintf(stderr, "selectInputFromDeviceList Device = %d %s, %s\n", index, entry.name,
-                     mDevice->firstName);
+        Tolm::SystemLog::Print("selectInputFromDeviceList Device = %d %s, %s\n", index, entry.name,
+                               mDevice->firstName);
         ++index;
         if (mDevice->NameMatch(entry.name)) {
             match = &entry;

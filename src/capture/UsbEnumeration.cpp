@@ -1,5 +1,7 @@
 #include "capture/UsbEnumeration.h"
 
+#include "base/SystemLog.h"
+
 #include <cstdio>
 
 namespace Tolm::Capture {
@@ -24,7 +26,7 @@ const KnownUsbDevice* UsbEnumeration::device() const
 void UsbEnumeration::iterateDevices(const std::vector<Platform::UsbDeviceEntry>& devices)
 {
     if (devices.empty()) {
-        std::fprintf(stderr, "Unable to find first matching USB device\n");
+        Tolm::SystemLog::Print("Unable to find first matching USB device\n");
         return;
     }
     for (const auto& entry : devices)
@@ -34,15 +36,15 @@ void UsbEnumeration::iterateDevices(const std::vector<Platform::UsbDeviceEntry>&
 bool UsbEnumeration::getUSBDevice(const Platform::UsbDeviceEntry& entry)
 {
     if (!entry.readable) {
-        std::fprintf(stderr, "Unable to create USB device with QueryInterface\n");
+        Tolm::SystemLog::Print("Unable to create USB device with QueryInterface\n");
         return false;
     }
     const UsbID id{entry.vendorId, entry.productId};
     if (UsbIdIsForKnownDevice(id))
         ids.push_back(id);
     // The release number is printed as a plain integer although USB encodes it in BCD.
-    std::printf("Found device VID 0x%04X (%d), PID 0x%04X (%d), release %d\n", entry.vendorId, entry.vendorId,
-                entry.productId, entry.productId, entry.bcdDevice);
+    Tolm::SystemLog::Print("Found device VID 0x%04X (%d), PID 0x%04X (%d), release %d\n", entry.vendorId,
+                           entry.vendorId, entry.productId, entry.productId, entry.bcdDevice);
     return true;
 }
 

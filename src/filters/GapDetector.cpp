@@ -1,8 +1,9 @@
 #include "GapDetector.h"
 
+#include "FilterLog.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <numbers>
 
 #if defined(__SSE__)
@@ -44,7 +45,7 @@ GapDetector::SilenceState& GapDetector::SilenceState::operator=(bool v)
     if (value.load(std::memory_order_relaxed) == v)
         return *this;
     value.store(v, std::memory_order_relaxed);
-    std::fprintf(stderr, "Audio has transitioned %s silence\n", v ? "into" : "out of");
+    FilterLog::Write(v ? "Audio has transitioned into silence\n" : "Audio has transitioned out of silence\n");
     if (v)
         listener.TrackSilenceStarted();
     else

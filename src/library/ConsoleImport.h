@@ -16,16 +16,12 @@ class Audio;
 
 namespace Tolm::Library {
 
+// Filled in from the command line by tolm-convert.
 struct ConsoleImport {
     bool wanted = false; // --import
     ConsoleExport::Names names;
     std::optional<QString> library;
     std::optional<ImportFormat> format;
-
-    // Takes --artist A, --album B, --title T (repeatable, in track order), --library DIR,
-    // --format F and --import (each also as --name=VALUE) out of `args`, leaving the rest for
-    // the command. nullopt with `error` set for a missing value or an unknown format.
-    static std::optional<ConsoleImport> Take(std::vector<std::string>& args, std::string& error);
 
     // Settles the library folder and format for this run (before anything is recorded or
     // decoded): a folder named with --library is made if it is missing; the format must be one

@@ -1,5 +1,6 @@
 #include "library/LibraryExport.h"
 
+#include "base/SystemLog.h"
 #include "capture/AlertPresenter.h"
 #include "library/AppleScriptRunner.h"
 #include "library/ImportScript.h"
@@ -124,7 +125,7 @@ bool LibraryExport::pause()
 
 void LibraryExport::reportNotAnswering(OSStatus status, const char* logFormat)
 {
-    std::fprintf(stderr, logFormat, int(status));
+    Tolm::SystemLog::Print(logFormat, int(status));
     if (status == kScriptError)
         mAlerts.ShowAlert(QStringLiteral("IDS_WARNING"), QStringLiteral("IDS_ITUNES_ERROR"));
     mView.libraryNotAnswering(status);

@@ -1,15 +1,15 @@
 #include "monitoring/CAPlayThrough.h"
 
+#include "base/SystemLog.h"
 #include "platform/CAStreamBasicDescription.h"
 #include "platform/GainStage.h"
-
-#include <samplerate.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <samplerate.h>
 
 namespace Tolm::Monitoring {
 
@@ -36,8 +36,7 @@ UInt32 MonitorBlockFrames(Float64 rate)
 
 void ReportError(OSStatus status, const char* file, int line)
 {
-    std::printf("CAPlayThrough Error: %ld ->  %s:  %d\n", long(status), file, line);
-    std::fflush(stdout);
+    Tolm::SystemLog::Print("CAPlayThrough Error: %ld ->  %s:  %d\n", long(status), file, line);
 }
 
 } // namespace

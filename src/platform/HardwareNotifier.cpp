@@ -1,5 +1,6 @@
 #include "platform/HardwareNotifier.h"
 
+#include "base/SystemLog.h"
 #include "base/TolmAssert.h"
 
 #include <cstdio>
@@ -110,9 +111,9 @@ void HardwareNotifier::Run()
             try {
                 (*function)();
             } catch (const std::exception& e) {
-                std::fprintf(stderr, "audio hardware listener failed: %s\n", e.what());
+                Tolm::SystemLog::Print("audio hardware listener failed: %s\n", e.what());
             } catch (...) {
-                std::fprintf(stderr, "audio hardware listener failed\n");
+                Tolm::SystemLog::Print("audio hardware listener failed\n");
             }
             lock.lock();
             mRunning = 0;

@@ -1,5 +1,6 @@
 #include "ui/AppDelegate.h"
 
+#include "base/SystemLog.h"
 #include "base/TolmAssert.h"
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
@@ -468,10 +469,10 @@ void AppDelegate::doNextButton1(QObject*)
         return;
     }
     if (audio->mightBeTurntableOrTape()) {
-        std::fputs("doNextButton1: EQ required (must select)\n", stderr);
+        Tolm::SystemLog::Write("doNextButton1: EQ required (must select)\n");
         setPanel(11);
     } else {
-        std::fputs("doNextButton1: NO EQ required\n", stderr);
+        Tolm::SystemLog::Write("doNextButton1: NO EQ required\n");
         audio->setNoFilter();
         setPanel(2);
         meteringOn();
@@ -627,7 +628,7 @@ void AppDelegate::doRecordButton(QObject* sender, bool normalization, bool click
         doNewTrackButton(sender);
     } catch (...) {
         // Panel 3 stays; the controller has told the user about a file it could not make.
-        std::fputs("ERROR: _recorder103->Start()\n", stderr);
+        Tolm::SystemLog::Write("ERROR: _recorder103->Start()\n");
     }
 }
 
@@ -710,7 +711,7 @@ void AppDelegate::processAudioFiles(QObject*)
 {
     // One export at a time: Back and Next again while it runs leaves it running.
     if (exporting()) {
-        std::fputs("processAudioFiles: the export is still running\n", stderr);
+        Tolm::SystemLog::Write("processAudioFiles: the export is still running\n");
         return;
     }
     const UInt32 tracks = audio->numRecordedTracks();

@@ -1,5 +1,6 @@
 #include "ui/CustomView.h"
 
+#include "base/SystemLog.h"
 #include "capture/InputChain.h"
 #include "ui/AMShapedButton.h"
 #include "ui/CustomWindow.h"
@@ -16,7 +17,6 @@
 #include <QScreen>
 #include <QTimer>
 #include <QWindow>
-
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -300,7 +300,7 @@ void CustomView::paintEvent(QPaintEvent*)
     // The window is cleared to transparent before its views draw, so outside the artwork
     // the desktop (and the window's shadow) shows through.
     if (_viewImage.isNull())
-        std::fputs("drawRect (_viewImage == NULL)\n", stderr);
+        Tolm::SystemLog::Write("drawRect (_viewImage == NULL)\n");
     else
         painter.drawImage(QPointF(0, 0), _viewImage);
     if (auto* customWindow = qobject_cast<CustomWindow*>(window()))

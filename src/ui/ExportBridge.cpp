@@ -1,5 +1,6 @@
 #include "ui/ExportBridge.h"
 
+#include "base/SystemLog.h"
 #include "capture/Audio.h"
 #include "library/NamingField.h"
 #include "library/TrackTags.h"
@@ -108,8 +109,8 @@ void ExportBridge::trackFiled(UInt32, const QString& path)
 
 void ExportBridge::trackKept(UInt32 track, const QString& file, const QString& reason)
 {
-    std::fprintf(stderr, "Track %u was not added to the music library (%s); its recording stays in %s.\n",
-                 unsigned(track), qPrintable(reason), qPrintable(file));
+    Tolm::SystemLog::Print("Track %u was not added to the music library (%s); its recording stays in %s.\n",
+                           unsigned(track), qPrintable(reason), qPrintable(file));
     std::lock_guard lock(mMutex);
     const QString title =
         track >= 1 && track <= UInt32(mTitles.size()) ? mTitles.at(qsizetype(track) - 1) : QString();
@@ -119,8 +120,8 @@ void ExportBridge::trackKept(UInt32 track, const QString& file, const QString& r
 
 void ExportBridge::samplesReplaced(UInt32 track, long long count)
 {
-    std::fprintf(stderr, "Track %u: %lld damaged samples (not a number or infinite) were added as silence.\n",
-                 unsigned(track), count);
+    Tolm::SystemLog::Print("Track %u: %lld damaged samples (not a number or infinite) were added as silence.\n",
+                           unsigned(track), count);
     std::lock_guard lock(mMutex);
     mOutcome.replacedSamples += count;
 }

@@ -1,5 +1,6 @@
 #include "ui/ImageForView.h"
 
+#include "base/SystemLog.h"
 #include "ui/ImageNamed.h"
 
 #include <cstdio>
@@ -34,7 +35,7 @@ QImage ImageForView(unsigned panel)
 {
     const QString name = ImageNameForView(panel);
     if (name.isEmpty()) {
-        std::fputs("(_viewImage == NULL)\n", stderr);
+        Tolm::SystemLog::Write("(_viewImage == NULL)\n");
         return {};
     }
     return ImageNamed(name);

@@ -1,5 +1,6 @@
 #include "ui/SubViewController.h"
 
+#include "base/SystemLog.h"
 #include "ui/AMShapedButton.h"
 #include "ui/CustomView.h"
 #include "ui/FloatSlider.h"
@@ -13,7 +14,6 @@
 #include <QFile>
 #include <QMetaMethod>
 #include <QUiLoader>
-
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -76,13 +76,13 @@ SubViewController::SubViewController(const QString& nibName, QObject* owner) : _
     PanelLoader loader;
     std::unique_ptr<QWidget> root(loader.load(&file));
     if (!root) {
-        std::fprintf(stderr, "SubViewController: %s: %s\n", qPrintable(nibName),
-                     qPrintable(loader.errorString()));
+        Tolm::SystemLog::Print("SubViewController: %s: %s\n", qPrintable(nibName),
+                               qPrintable(loader.errorString()));
         return;
     }
     auto* view = qobject_cast<CustomView*>(root.get());
     if (!view) {
-        std::fprintf(stderr, "SubViewController: %s is not a panel view\n", qPrintable(nibName));
+        Tolm::SystemLog::Print("SubViewController: %s is not a panel view\n", qPrintable(nibName));
         return;
     }
     root.release();

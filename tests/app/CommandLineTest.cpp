@@ -5,29 +5,46 @@
 
 using namespace Tolm::Convert;
 
-TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrderAndRefusesUnknownOnes)
+namespace {
+const std::vector<CommandOption> kOptions = {
+    {"eq", "EQ", "The equaliser.", "none"},
+    {"json", nullptr, "JSON."},
+    {"title", "T", "A title."},
+    {"gain", "DB", "Gain."},
+};
+} // namespace
+
+TEST(ArgumentParser, TakesOptionsFlagsAndPositionalsInAnyOrder)
 {
-    ArgumentParser p("t", {"a.wav", "--eq", "riaa", "--json", "--title=One", "--title", "Two", "b.wav"});
+    // A value may look like a number below 0 or an option; a name need not be UTF-8.
+    ArgumentParser p("t", kOptions,
+                     {"a.wav", "--eq", "riaa", "--json", "--title=One", "--title", "--Two", "--gain", "-6",
+                      "b\xff.wav", "--", "--odd-name.wav"});
     EXPECT_TRUE(p.Flag("json"));
     EXPECT_FALSE(p.Flag("verbose"));
     EXPECT_EQ(p.Value("eq"), "riaa");
-    EXPECT_EQ(p.Values("title"), (std::vector<std::string>{"One", "Two"}));
-    auto rest = p.Positionals();
+    EXPECT_EQ(p.Values("title"), (std::vector<std::string>{"One", "--Two"}));
+    EXPECT_EQ(p.Value("gain"), "-6");
+    const auto rest = p.Positionals();
     ASSERT_TRUE(rest);
-    EXPECT_EQ(*rest, (std::vector<std::string>{"a.wav", "b.wav"}));
+    EXPECT_EQ(*rest, (std::vector<std::string>{"a.wav", "b\xff.wav", "--odd-name.wav"}));
+}
 
-    ArgumentParser unknown("t", {"--bogus", "x"});
-    EXPECT_FALSE(unknown.Positionals());
-
-    ArgumentParser missing("t", {"x", "--eq"});
-    EXPECT_FALSE(missing.Value("eq"));
-    EXPECT_FALSE(missing.Positionals());
-
-    // After "--" a name that looks like an option is a file.
-    ArgumentParser dashes("t", {"--", "--odd-name.wav"});
-    rest = dashes.Positionals();
-    ASSERT_TRUE(rest);
-    EXPECT_EQ(rest->front(), "--odd-name.wav");
+TEST(ArgumentParser, WhatItDoesNotUnderstandIsOneLine)
+{
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"--bogus", "x"},
+         "tolm-convert t: unknown option --bogus (tolm-convert t --help lists the options)\n"},
+        {{"-q"}, "tolm-convert t: unknown option -q (tolm-convert t --help lists the options)\n"},
+        {{"x", "--eq"}, "tolm-convert t: --eq needs a value\n"},
+        {{"--json=yes"}, "tolm-convert t: --json takes no value\n"},
+    };
+    for (const auto& [args, message] : cases) {
+        ArgumentParser parser("t", kOptions, args);
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(parser.Positionals());
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), message);
+    }
 }
 
 TEST(CommandLineFormatting, TimesRoundToTenthsWithoutSixtySecondsAndNumbersAreWholeTexts)
@@ -64,7 +81,7 @@ TEST(CommandLineOptions, GainAndSecondsKeepTheirDefaultUnlessGivenAValidValue)
         {{"--seconds", "inf"}, false, 1.5f, 9.0},
     };
     for (const Case& c : cases) {
-        ArgumentParser parser("test", c.args);
+        ArgumentParser parser("test", {GainOption(), SecondsOption()}, c.args);
         float gain = 1.5f;
         double seconds = 9.0;
         const bool ok = TakeGainOption(parser, gain) && TakeSecondsOption(parser, seconds);

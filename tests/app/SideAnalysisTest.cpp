@@ -91,18 +91,6 @@ TEST(SideAnalysis, ReportsProgressAndStopsWhenAsked)
     EXPECT_LT(part.frames, 136 * 44100);
 }
 
-// Quiet otherwise (the command's tests see an empty standard error).
-TEST(SideAnalysis, VerboseLetsTheDetectorSpeak)
-{
-    SideAnalysisOptions verbose;
-    verbose.verbose = true;
-    testing::internal::CaptureStderr();
-    SideAnalysis::Run(Side().path, verbose);
-    const std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_NE(said.find("Audio has transitioned out of silence\n"), std::string::npos) << said;
-    EXPECT_NE(said.find("Audio has transitioned into silence\n"), std::string::npos) << said;
-}
-
 TEST(SideAnalysis, ReadsOtherFormatsAndRatesAndANearlyEmptyFileHasNoTracks)
 {
     TempFolder folder;

@@ -1,14 +1,11 @@
 #include "capture/UsbEnumeration.h"
 
+#include "../support/LogCapture.h"
 #include "platform/FakeUsbBus.h"
 
 #include <gtest/gtest.h>
 
 using namespace Tolm::Capture;
-using testing::internal::CaptureStderr;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStderr;
-using testing::internal::GetCapturedStdout;
 using Tolm::Platform::FakeUsbBus;
 
 namespace {
@@ -16,19 +13,14 @@ namespace {
 struct Walk {
     int count;
     const KnownUsbDevice* device;
-    std::string out;
-    std::string err;
+    std::string log;
 };
 
 Walk Enumerate(Tolm::Platform::UsbBus& bus)
 {
-    CaptureStdout();
-    CaptureStderr();
+    Tolm::Test::LogCapture log;
     UsbEnumeration enumeration(bus);
-    Walk walk{enumeration.numberOfDetectedDevices(), enumeration.device(), "", ""};
-    walk.out = GetCapturedStdout();
-    walk.err = GetCapturedStderr();
-    return walk;
+    return {enumeration.numberOfDetectedDevices(), enumeration.device(), log.Text()};
 }
 
 } // namespace
@@ -46,11 +38,11 @@ TEST(UsbEnumeration, CountsKnownDevicesAndLogsEveryDevice)
     const Walk walk = Enumerate(bus);
     EXPECT_EQ(walk.count, 3);
     EXPECT_EQ(walk.device, FindKnownUsbDevice({0x08bb, 0x29c2}));
-    EXPECT_EQ(walk.out, "Found device VID 0x046D (1133), PID 0xC52B (50475), release 4625\n"
+    EXPECT_EQ(walk.log, "Found device VID 0x046D (1133), PID 0xC52B (50475), release 4625\n"
+                        "Unable to create USB device with QueryInterface\n"
                         "Found device VID 0x08BB (2235), PID 0x29C2 (10690), release 256\n"
                         "Found device VID 0x08BB (2235), PID 0x2902 (10498), release 256\n"
                         "Found device VID 0x08BB (2235), PID 0x2902 (10498), release 256\n");
-    EXPECT_EQ(walk.err, "Unable to create USB device with QueryInterface\n");
 }
 
 // An empty bus says so, an unwalkable one (a container without USB) is silent, and the
@@ -61,7 +53,7 @@ TEST(UsbEnumeration, EmptyUnwalkableAndBackedBuses)
     Walk walk = Enumerate(empty);
     EXPECT_EQ(walk.count, 0);
     EXPECT_EQ(walk.device, nullptr);
-    EXPECT_EQ(walk.err, "Unable to find first matching USB device\n");
+    EXPECT_EQ(walk.log, "Unable to find first matching USB device\n");
 
     auto real = std::make_shared<FakeUsbBus>();
     real->Add(0x0d8c, 0x013c);
@@ -74,8 +66,7 @@ TEST(UsbEnumeration, EmptyUnwalkableAndBackedBuses)
     real->SetUnavailable(true);
     walk = Enumerate(*real);
     EXPECT_EQ(walk.count, 0);
-    EXPECT_EQ(walk.err, "");
-    EXPECT_EQ(walk.out, "");
+    EXPECT_EQ(walk.log, "");
     walk = Enumerate(withDemo);
     EXPECT_EQ(walk.count, 1);
     EXPECT_EQ(walk.device, FindKnownUsbDevice({0x08bb, 0x2900}));
@@ -84,10 +75,7 @@ TEST(UsbEnumeration, EmptyUnwalkableAndBackedBuses)
 TEST(UsbEnumeration, RealBusCanBeWalkedWithoutCrashing)
 {
     // Whatever this machine has: the walk either fails quietly or logs each device.
-    CaptureStdout();
-    CaptureStderr();
+    Tolm::Test::LogCapture log;
     const int count = UsbEnumeration().numberOfDetectedDevices();
-    GetCapturedStdout();
-    GetCapturedStderr();
     EXPECT_GE(count, 0);
 }

@@ -89,7 +89,7 @@ TEST(PulseAudioDevicesCommand, WithoutAServerShowsTheNullOutputAndSaysSo)
     ASSERT_TRUE(output);
     EXPECT_EQ(output->substr(0, 4), "  * ");
 
-    const Result wrong = RunDevices("--verbose");
+    const Result wrong = RunDevices("--long");
     EXPECT_EQ(wrong.status, 2);
     EXPECT_EQ(RunDevices("extra").status, 2);
 }

@@ -1,11 +1,20 @@
 #pragma once
 
-// tolm-convert's commands. Each lives in its own <Name>Command.cpp and registers itself:
+// tolm-convert's commands. Each lives in its own <Name>Command.cpp and registers itself
+// with its options in a table, from which its --help, the manual page and the shell
+// completion are made:
 //
-//   static const Tolm::Convert::Registration reg{{"tracks", "find the tracks of a recorded side",
-//       "tracks FILE [--eq none|riaa|riaa-bass|chrome] [--json] [--verbose]", &RunTracks}};
+//   const std::vector<CommandOption> kOptions = {
+//       {"eq", "EQ", "The equaliser the side is heard through.", "none", "none riaa riaa-bass chrome"},
+//       {"json", nullptr, "Print the tracks as JSON."},
+//   };
+//   const Registration reg{{"tracks", "find the tracks of a recorded side",
+//       "tracks [--eq EQ] [--json] FILE", &RunTracks, kOptions}};
 //
+// --help, --version and --verbose belong to every command and are not listed.
 // Exit statuses: 0 done, 1 failed while working, 2 bad arguments or bad input.
+
+#include "CommandOption.h"
 
 #include <string>
 #include <vector>
@@ -18,15 +27,19 @@ inline constexpr int kExitBadInput = 2;
 
 struct Command {
     const char* name;
-    const char* summary;
-    const char* usage;  // without the program name
+    const char* summary; // lower case, no full stop: "find the tracks of a recorded side"
+    const char* usage;   // without the program name
     int (*run)(const std::vector<std::string>& args);  // args after the command name
+    std::vector<CommandOption> options = {};
 };
 
 std::vector<Command>& Commands();
+const Command* FindCommand(const std::string& name);
+// --verbose, --help and --version.
+const std::vector<CommandOption>& CommonOptions();
 
 struct Registration {
-    explicit Registration(Command command) { Commands().push_back(command); }
+    explicit Registration(Command command) { Commands().push_back(std::move(command)); }
 };
 
 } // namespace Tolm::Convert

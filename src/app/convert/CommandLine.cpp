@@ -22,86 +22,7 @@ std::uint64_t NowNanos()
     return std::uint64_t(ts.tv_sec) * 1'000'000'000u + std::uint64_t(ts.tv_nsec);
 }
 
-bool IsOption(const std::string& arg) { return arg.size() > 2 && arg.compare(0, 2, "--") == 0; }
-
 } // namespace
-
-ArgumentParser::ArgumentParser(std::string command, std::vector<std::string> args)
-    : mCommand(std::move(command)), mArgs(std::move(args)), mTaken(mArgs.size(), false)
-{
-}
-
-bool ArgumentParser::Flag(const std::string& name)
-{
-    bool found = false;
-    for (size_t i = 0; i < mArgs.size(); ++i) {
-        if (!mTaken[i] && mArgs[i] == "--" + name) {
-            mTaken[i] = true;
-            found = true;
-        }
-    }
-    return found;
-}
-
-std::vector<std::string> ArgumentParser::Values(const std::string& name)
-{
-    std::vector<std::string> values;
-    const std::string option = "--" + name;
-    for (size_t i = 0; i < mArgs.size(); ++i) {
-        if (mTaken[i])
-            continue;
-        if (mArgs[i] == option) {
-            mTaken[i] = true;
-            if (i + 1 < mArgs.size() && !mTaken[i + 1]) {
-                mTaken[i + 1] = true;
-                values.push_back(mArgs[i + 1]);
-                ++i;
-            } else {
-                Error(option + " needs a value");
-                mMissingValue = true;
-            }
-        } else if (mArgs[i].compare(0, option.size() + 1, option + "=") == 0) {
-            mTaken[i] = true;
-            values.push_back(mArgs[i].substr(option.size() + 1));
-        }
-    }
-    return values;
-}
-
-std::optional<std::string> ArgumentParser::Value(const std::string& name)
-{
-    auto values = Values(name);
-    if (values.empty())
-        return std::nullopt;
-    return values.back();
-}
-
-std::optional<std::vector<std::string>> ArgumentParser::Positionals()
-{
-    if (mMissingValue)
-        return std::nullopt;
-    std::vector<std::string> positionals;
-    bool onlyPositionals = false;
-    for (size_t i = 0; i < mArgs.size(); ++i) {
-        if (mTaken[i])
-            continue;
-        if (!onlyPositionals && mArgs[i] == "--") {
-            onlyPositionals = true;
-            continue;
-        }
-        if (!onlyPositionals && IsOption(mArgs[i])) {
-            Error("unknown option " + mArgs[i]);
-            return std::nullopt;
-        }
-        positionals.push_back(mArgs[i]);
-    }
-    return positionals;
-}
-
-void ArgumentParser::Error(const std::string& message) const
-{
-    std::fprintf(stderr, "tolm-convert %s: %s\n", mCommand.c_str(), message.c_str());
-}
 
 std::optional<double> ParseNumber(const std::string& text)
 {
@@ -140,6 +61,28 @@ bool TakeSecondsOption(ArgumentParser& parser, double& seconds)
     }
     seconds = *value;
     return true;
+}
+
+CommandOption GainOption()
+{
+    return {"gain", "DB", "Amplify (or, below 0, soften) the input by DB decibels, from -60 to 40.", "0"};
+}
+
+CommandOption SecondsOption()
+{
+    return {"seconds", "S", "Stop after S seconds.", "until Ctrl-C"};
+}
+
+CommandOption DeviceOption(const char* description)
+{
+    return {"device", "NAME", description, nullptr, "<device>"};
+}
+
+CommandOption DemoOption()
+{
+    return {"demo", nullptr,
+            "Use the built-in demo turntable instead of a device: it plays a generated record side "
+            "(six pieces, then the run-out groove)."};
 }
 
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }

@@ -3,36 +3,14 @@
 // Small shared pieces of tolm-convert's commands: argument parsing, the progress bar and
 // the one updating status line on standard error, and Ctrl-C as a polite stop request.
 
+#include "ArgumentParser.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace Tolm::Convert {
-
-// Options of the form --name VALUE or --name=VALUE, flags of the form --name, and
-// positional arguments, in any order. Errors go to standard error as one line.
-class ArgumentParser {
-public:
-    ArgumentParser(std::string command, std::vector<std::string> args);
-
-    bool Flag(const std::string& name);                        // --name present
-    std::optional<std::string> Value(const std::string& name);  // last --name VALUE
-    std::vector<std::string> Values(const std::string& name);   // every --name VALUE, in order
-    // Once every option is taken: the positionals, or nullopt (after a message) when an
-    // unknown option is left or a value is missing.
-    std::optional<std::vector<std::string>> Positionals();
-
-    // Prints "tolm-convert COMMAND: message" on standard error.
-    void Error(const std::string& message) const;
-    const std::string& CommandName() const { return mCommand; }
-
-private:
-    std::string mCommand;
-    std::vector<std::string> mArgs;
-    std::vector<bool> mTaken;
-    bool mMissingValue = false;
-};
 
 // Parses a number; nullopt if the text is not wholly a number.
 std::optional<double> ParseNumber(const std::string& text);
@@ -42,6 +20,12 @@ std::optional<double> ParseNumber(const std::string& text);
 // value is not one.
 bool TakeGainOption(ArgumentParser& parser, float& gainDb);      // --gain DB, -60 to 40
 bool TakeSecondsOption(ArgumentParser& parser, double& seconds); // --seconds S, positive
+// Their rows in a command's option table.
+CommandOption GainOption();
+CommandOption SecondsOption();
+// --device NAME and --demo of the commands that record or listen.
+CommandOption DeviceOption(const char* description);
+CommandOption DemoOption();
 
 bool StandardErrorIsTerminal();
 

@@ -19,11 +19,10 @@ namespace {
 
 int RunImport(const std::vector<std::string>& args)
 {
-    std::vector<std::string> rest = args;
-    auto import = TakeImportOptions("import", rest);
+    ArgumentParser parser("import", args);
+    auto import = TakeImportOptions(parser);
     if (!import)
         return kExitBadInput;
-    ArgumentParser parser("import", rest);
     const bool normalize = parser.Flag("normalize");
     const auto files = parser.Positionals();
     if (!files)
@@ -86,10 +85,19 @@ int RunImport(const std::vector<std::string>& args)
     return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
 }
 
+std::vector<CommandOption> Options()
+{
+    std::vector<CommandOption> options = ImportOptionRows(false);
+    options.push_back({"normalize", nullptr,
+                       "Bring all tracks up (or down) by one gain, so that the loudest peak of all "
+                       "the files reaches 97% of full scale."});
+    return options;
+}
+
 const Registration reg{{"import", "add sound files to the music library, named, numbered and tagged",
                         "import --artist A --album B [--title T]... [--format flac|mp3|ogg|opus|wav] "
                         "[--library DIR] [--normalize] FILE...",
-                        &RunImport}};
+                        &RunImport, Options()}};
 
 } // namespace
 

@@ -1,15 +1,82 @@
 #include "ImportOptions.h"
 
-#include "CommandLine.h"
+#include "library/ImportFormat.h"
+#include "library/LibrarySettings.h"
+
+#include <QDir>
+#include <string_view>
 
 namespace Tolm::Convert {
 
-std::optional<Library::ConsoleImport> TakeImportOptions(const std::string& command, std::vector<std::string>& args)
+namespace {
+
+QString Text(const std::string& utf8)
 {
-    std::string error;
-    auto import = Library::ConsoleImport::Take(args, error);
-    if (!import)
-        ArgumentParser(command, {}).Error(error);
+    return QString::fromStdString(utf8);
+}
+
+std::string CurrentFolder()
+{
+    return Library::LibrarySettings::folder().toStdString();
+}
+
+std::string CurrentFormat()
+{
+    return Library::ImportFormatName(Library::LibrarySettings::format()).toStdString();
+}
+
+} // namespace
+
+std::vector<CommandOption> ImportOptionRows(bool importFlag)
+{
+    std::vector<CommandOption> rows = {
+        {"artist", "A", "The artist, written into every track's tags and the library's folder name.",
+         "\"Unknown Artist\""},
+        {"album", "B", "The album, written into every track's tags and the library's folder name.",
+         "\"Unknown Album\""},
+        {"title", "T",
+         "The title of the next track: give --title once per track, in track order. Tracks without a "
+         "title are called \"Unknown Track\"; titles beyond the last track are not used."},
+        {"import", nullptr,
+         "Add the tracks to the music library as Artist/Album/NN Title, tagged and converted to the "
+         "library's format."},
+        {"library", "DIR",
+         "The music library's folder for this run (made if it is missing); the folder chosen in the "
+         "wizard stays as it is.",
+         "the folder chosen in the wizard, else your music folder (XDG_MUSIC_DIR)", "<dir>", &CurrentFolder},
+        {"format", "F", "The format the library's files are converted to: flac, mp3, ogg, opus or wav.",
+         "the format chosen in the wizard, else flac", "flac mp3 ogg opus wav", &CurrentFormat},
+    };
+    if (!importFlag)
+        std::erase_if(rows, [](const CommandOption& row) { return std::string_view(row.name) == "import"; });
+    return rows;
+}
+
+std::optional<Library::ConsoleImport> TakeImportOptions(ArgumentParser& parser)
+{
+    Library::ConsoleImport import;
+    import.wanted = parser.Declares("import") && parser.Flag("import");
+    if (const auto artist = parser.Value("artist"))
+        import.names.artist = Text(*artist);
+    if (const auto album = parser.Value("album"))
+        import.names.album = Text(*album);
+    for (const auto& title : parser.Values("title"))
+        import.names.titles << Text(title);
+    if (const auto library = parser.Value("library")) {
+        if (library->empty()) {
+            parser.Error("--library needs a folder");
+            return std::nullopt;
+        }
+        import.library = QDir::cleanPath(QDir::current().absoluteFilePath(Text(*library)));
+    }
+    if (const auto format = parser.Value("format")) {
+        import.format = Library::ImportFormatFromName(Text(*format));
+        if (!import.format) {
+            parser.Error("unknown format \"" + *format + "\"; choose one of " +
+                         Library::ConsoleImport::FormatNames());
+            return std::nullopt;
+        }
+    }
     return import;
 }
 

@@ -112,8 +112,15 @@ int RunMonitor(const std::vector<std::string>& args)
     return kExitOk;
 }
 
-const Registration registration{{"monitor", "play an input through the speakers with live level meters",
-                                 "monitor --device NAME|--demo [--gain DB] [--seconds S]", &RunMonitor}};
+const Registration registration{
+    {"monitor",
+     "play an input through the speakers with live level meters",
+     "monitor --device NAME|--demo [--gain DB] [--seconds S]",
+     &RunMonitor,
+     {DeviceOption(
+          "Listen to the input device called NAME, as \"tolm-convert devices\" lists it (its name or "
+          "its description)."),
+      DemoOption(), GainOption(), SecondsOption()}}};
 
 } // namespace
 } // namespace Tolm::Convert

@@ -78,12 +78,10 @@ class ResultOutput {
 
 int RunRecord(const std::vector<std::string>& args)
 {
-    // Naming and import options are the library's; the rest are ours.
-    std::vector<std::string> rest = args;
-    const auto import = TakeImportOptions("record", rest);
+    ArgumentParser parser("record", args);
+    const auto import = TakeImportOptions(parser);
     if (!import)
         return kExitBadInput;
-    ArgumentParser parser("record", rest);
     const auto device = parser.Value("device");
     const bool demo = parser.Flag("demo");
     const bool turntable = parser.Flag("turntable");
@@ -211,11 +209,37 @@ int RunRecord(const std::vector<std::string>& args)
     return status;
 }
 
+std::vector<CommandOption> Options()
+{
+    std::vector<CommandOption> options = {
+        DeviceOption("The device to record from. It is found as the wizard finds it (the one USB turntable, "
+                     "cassette deck or audio interface connected) and used when its name or description "
+                     "contains NAME, in upper or lower case; auto takes it whatever its name."),
+        DemoOption(),
+        {"turntable", nullptr,
+         "The device is a turntable: the record equaliser is applied. Needed for devices that may be "
+         "either."},
+        {"tape", "TYPE",
+         "The device is a cassette deck playing a normal or a chrome tape (chrome: a treble cut is "
+         "applied). Needed for devices that may be either.",
+         nullptr, "normal chrome"},
+        GainOption(),
+        {"no-auto-split", nullptr,
+         "Do not split at the gaps or end at the end of the side: Enter starts a new track, Ctrl-C "
+         "stops."},
+        {"out", "DIR", "Move the track files into DIR as 01.wav, 02.wav, ... (DIR made if it is missing).",
+         "the tracks stay where they were recorded, and their paths are printed", "<dir>"},
+    };
+    const auto import = ImportOptionRows();
+    options.insert(options.end(), import.begin(), import.end());
+    return options;
+}
+
 const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
                         "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
                         "[--library DIR] [--format F]]",
-                        &RunRecord}};
+                        &RunRecord, Options()}};
 
 } // namespace
 

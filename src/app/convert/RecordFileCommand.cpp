@@ -170,9 +170,14 @@ int RunRecordFile(const std::vector<std::string>& args)
 }
 
 namespace {
-const Registration registration{{"record-file", "record an input device into one WAV file",
-                                 "record-file --device NAME|--demo [--gain DB] [--seconds S] OUT.wav",
-                                 &RunRecordFile}};
+const Registration registration{
+    {"record-file",
+     "record an input device into one WAV file",
+     "record-file --device NAME|--demo [--gain DB] [--seconds S] OUT.wav",
+     &RunRecordFile,
+     {DeviceOption("Record from the input device called NAME, as \"tolm-convert devices\" lists it (its name "
+                   "or its description)."),
+      DemoOption(), GainOption(), SecondsOption()}}};
 } // namespace
 
 } // namespace Tolm::Convert

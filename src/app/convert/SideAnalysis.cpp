@@ -1,16 +1,14 @@
 #include "SideAnalysis.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <deque>
-#include <fcntl.h>
 #include <memory>
 #include <mutex>
+#include <sndfile.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -35,57 +33,6 @@ struct NoListener : GapDetector::Listener {
     void TrackSilenceStarted() override {}
     void TrackSilenceEnded() override {}
     void AlbumEnded() override {}
-};
-
-// Sends fd 2 to /dev/null while muted, so the detector's transition lines stay off the
-// terminal; the progress bar draws in between.
-class StandardErrorMute {
-public:
-    explicit StandardErrorMute(bool active)
-    {
-        if (!active)
-            return;
-        mSaved = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-        mNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (mSaved < 0 || mNull < 0)
-            Close();
-    }
-    ~StandardErrorMute()
-    {
-        Unmute();
-        Close();
-    }
-    StandardErrorMute(const StandardErrorMute&) = delete;
-    StandardErrorMute& operator=(const StandardErrorMute&) = delete;
-
-    void Mute()
-    {
-        if (mNull >= 0 && !mMuted) {
-            std::fflush(stderr);
-            mMuted = dup2(mNull, STDERR_FILENO) >= 0;
-        }
-    }
-    void Unmute()
-    {
-        if (mMuted) {
-            std::fflush(stderr);
-            dup2(mSaved, STDERR_FILENO);
-            mMuted = false;
-        }
-    }
-
-private:
-    void Close()
-    {
-        if (mSaved >= 0)
-            close(mSaved);
-        if (mNull >= 0)
-            close(mNull);
-        mSaved = mNull = -1;
-    }
-    int mSaved = -1;
-    int mNull = -1;
-    bool mMuted = false;
 };
 
 struct Chunk {
@@ -254,12 +201,9 @@ SideAnalysisResult SideAnalysis::Run(const std::string& path, const SideAnalysis
     const bool sizeKnown = info.frames > 0 && info.frames < SF_COUNT_MAX;
     std::string readError;
     {
-        StandardErrorMute mute(!options.verbose);
         ChunkReader reader(file.get(), equaliser);
         while (Chunk* chunk = reader.Next()) {
-            mute.Mute();
             detector(chunk->left.data(), chunk->right.data(), chunk->frames);
-            mute.Unmute();
             result.frames += std::int64_t(chunk->frames);
             reader.Done(chunk);
             if (options.progress && sizeKnown)
@@ -279,6 +223,17 @@ SideAnalysisResult SideAnalysis::Run(const std::string& path, const SideAnalysis
     result.levels = detector.levels;
     detector.FindTracks(result.tracks);
     return result;
+}
+
+CommandOption EqualiserOption()
+{
+    return {"eq", "EQ",
+            "The equaliser the side is heard through before its gaps are looked for, as when "
+            "recording: none; riaa, the full record playback curve; riaa-bass, only its bass "
+            "boost (for USB turntables whose own preamplifier does part of the correction); chrome, the "
+            "treble cut "
+            "for chrome tapes.",
+            "none", "none riaa riaa-bass chrome"};
 }
 
 bool ParseEqualiser(const std::string& name, AudioFilter::Type& type)

@@ -3,6 +3,7 @@
 // A recorded side, read from a sound file, through the equaliser and the gap detector as the
 // live chain would hear it, then the detector's track finder over the whole side.
 
+#include "CommandOption.h"
 #include "filters/AudioFilter.h"
 #include "filters/GapDetector.h"
 
@@ -32,11 +33,7 @@ private:
 
 struct SideAnalysisOptions {
     Morvo::Audio::Filters::AudioFilter::Type equaliser = Morvo::Audio::Filters::AudioFilter::NoFilter;
-    // Let the detector's "Audio has transitioned ..." lines through to standard error.
-    // Otherwise standard error (fd 2) goes to /dev/null while blocks are analysed, so other
-    // threads should not count on it meanwhile.
-    bool verbose = false;
-    // 0..1, on the calling thread between blocks, with standard error in place.
+    // 0..1, on the calling thread between blocks.
     std::function<void(double fraction)> progress;
     // Polled between blocks; true stops reading and finds the tracks of what was read.
     std::function<bool()> stopRequested;
@@ -64,6 +61,8 @@ public:
 
 // "none", "riaa", "riaa-bass", "chrome" and back; false for an unknown name.
 bool ParseEqualiser(const std::string& name, Morvo::Audio::Filters::AudioFilter::Type& type);
+// --eq's row in a command's option table.
+CommandOption EqualiserOption();
 const char* EqualiserName(Morvo::Audio::Filters::AudioFilter::Type type);
 
 } // namespace Tolm::Convert

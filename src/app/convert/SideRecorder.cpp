@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "DiskSpace.h"
 #include "InputDevices.h"
+#include "base/SystemLog.h"
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
 #include "platform/AudioDeviceList.h"
@@ -168,7 +169,7 @@ std::optional<RecordedSide> SideRecorder::Record(bool autoSplit, const std::func
             return std::nullopt; // the controller has said why
         }
     } catch (...) {
-        std::fprintf(stderr, "ERROR: _recorder103->Start()\n");
+        Tolm::SystemLog::Print("ERROR: _recorder103->Start()\n");
         mAudio.stopRecording();
         mAudio.stopPlayThru();
         return std::nullopt;

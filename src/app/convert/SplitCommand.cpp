@@ -65,11 +65,10 @@ int WriteTrackFiles(Library::StagedTracks& tracks, const Library::ConsoleImport&
 
 int RunSplit(const std::vector<std::string>& args)
 {
-    std::vector<std::string> rest = args;
-    auto import = TakeImportOptions("split", rest);
+    ArgumentParser parser("split", args);
+    auto import = TakeImportOptions(parser);
     if (!import)
         return kExitBadInput;
-    ArgumentParser parser("split", rest);
     const auto eqName = parser.Value("eq");
     const auto out = parser.Value("out");
     const auto positionals = parser.Positionals();
@@ -159,11 +158,25 @@ int RunSplit(const std::vector<std::string>& args)
     return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
 }
 
+std::vector<CommandOption> Options()
+{
+    std::vector<CommandOption> options = {
+        EqualiserOption(),
+        {"out", "DIR",
+         "Write the tracks as \"NN Title.wav\" files, tagged, into DIR (made if it is missing) instead of "
+         "importing them.",
+         "the current folder", "<dir>"},
+    };
+    const auto import = ImportOptionRows();
+    options.insert(options.end(), import.begin(), import.end());
+    return options;
+}
+
 const Registration reg{
     {"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
      "split FILE [--artist A] [--album B] [--title T]... [--eq none|riaa|riaa-bass|chrome] "
      "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav]]",
-     &RunSplit}};
+     &RunSplit, Options()}};
 
 } // namespace
 

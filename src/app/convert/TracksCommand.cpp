@@ -4,6 +4,9 @@
 #include "CommandLine.h"
 #include "SideAnalysis.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <cstdio>
 #include <string>
 
@@ -12,48 +15,6 @@ namespace Tolm::Convert {
 namespace {
 
 using Morvo::Audio::Filters::AudioFilter;
-
-// JSON string contents; bytes that are not UTF-8 become U+FFFD, so odd file names still
-// give valid JSON.
-std::string JsonString(const std::string& text)
-{
-    std::string out = "\"";
-    const auto* s = reinterpret_cast<const unsigned char*>(text.data());
-    const std::size_t n = text.size();
-    for (std::size_t i = 0; i < n;) {
-        const unsigned char c = s[i];
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += char(c);
-            ++i;
-        } else if (c < 0x20) {
-            char esc[8];
-            std::snprintf(esc, sizeof esc, "\\u%04x", c);
-            out += esc;
-            ++i;
-        } else if (c < 0x80) {
-            out += char(c);
-            ++i;
-        } else {
-            const std::size_t len = c >= 0xF0 && c < 0xF5 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c < 0xE0 ? 2 : 0;
-            bool valid = len != 0 && i + len <= n;
-            for (std::size_t k = 1; valid && k < len; ++k)
-                valid = (s[i + k] & 0xC0) == 0x80;
-            if (valid && len == 3)  // no overlong forms, no surrogates
-                valid = !(c == 0xE0 && s[i + 1] < 0xA0) && !(c == 0xED && s[i + 1] >= 0xA0);
-            if (valid && len == 4)
-                valid = !(c == 0xF0 && s[i + 1] < 0x90) && !(c == 0xF4 && s[i + 1] >= 0x90);
-            if (valid) {
-                out.append(text, i, len);
-                i += len;
-            } else {
-                out += "\xEF\xBF\xBD";
-                ++i;
-            }
-        }
-    }
-    return out + "\"";
-}
 
 void PrintText(const std::string& path, const SideAnalysisResult& side, AudioFilter::Type eq)
 {
@@ -72,19 +33,23 @@ void PrintText(const std::string& path, const SideAnalysisResult& side, AudioFil
 
 void PrintJson(const std::string& path, const SideAnalysisResult& side, AudioFilter::Type eq)
 {
-    std::printf("{\n  \"file\": %s,\n  \"sampleRate\": %u,\n  \"frames\": %lld,\n  \"seconds\": %.9g,\n"
-                "  \"equaliser\": \"%s\",\n  \"tracks\": [",
-                JsonString(path).c_str(), side.sampleRate, static_cast<long long>(side.frames),
-                double(side.frames) / side.sampleRate, EqualiserName(eq));
+    QJsonArray tracks;
     int number = 0;
-    for (const auto& t : side.tracks) {
-        std::printf("%s\n    {\"number\": %d, \"start\": %.9g, \"duration\": %.9g, \"startSample\": %d, "
-                    "\"lengthSamples\": %d}",
-                    number == 0 ? "" : ",", number + 1, double(t.start), double(t.duration), t.startSample,
-                    t.lengthSamples);
-        ++number;
-    }
-    std::printf("%s]\n}\n", number == 0 ? "" : "\n  ");
+    for (const auto& t : side.tracks)
+        tracks.append(QJsonObject{{"number", ++number},
+                                  {"start", double(t.start)},
+                                  {"duration", double(t.duration)},
+                                  {"startSample", t.startSample},
+                                  {"lengthSamples", t.lengthSamples}});
+    // Bytes of a file name that are not UTF-8 become U+FFFD: the JSON stays valid.
+    const QJsonObject root{{"file", QString::fromUtf8(path.data(), qsizetype(path.size()))},
+                           {"sampleRate", qint64(side.sampleRate)},
+                           {"frames", qint64(side.frames)},
+                           {"seconds", double(side.frames) / side.sampleRate},
+                           {"equaliser", EqualiserName(eq)},
+                           {"tracks", tracks}};
+    const QByteArray text = QJsonDocument(root).toJson(QJsonDocument::Indented);
+    std::fwrite(text.constData(), 1, std::size_t(text.size()), stdout);
 }
 
 int RunTracks(const std::vector<std::string>& args)
@@ -108,11 +73,10 @@ int RunTracks(const std::vector<std::string>& args)
     const std::string& path = files->front();
 
     InstallStopRequestHandler();
-    // The detector's own lines would tear the bar apart; with --verbose they win.
+    // The detector's log lines would tear the bar apart; with --verbose they win.
     ProgressBar bar("Reading", StandardErrorIsTerminal() && !verbose);
     SideAnalysisOptions options;
     options.equaliser = eq;
-    options.verbose = verbose;
     options.progress = [&bar](double fraction) { bar.Update(fraction); };
     options.stopRequested = [] { return StopRequested(); };
 
@@ -140,9 +104,16 @@ int RunTracks(const std::vector<std::string>& args)
     return kExitOk;
 }
 
+const std::vector<CommandOption> kOptions = {
+    EqualiserOption(),
+    {"json", nullptr,
+     "Print the side and its tracks as JSON: file, sampleRate, frames, seconds, equaliser, and tracks, "
+     "each with number, start and duration (seconds), startSample and lengthSamples."},
+};
+
 const Registration registration{{"tracks", "find the tracks of a recorded side",
-                                  "tracks FILE [--eq none|riaa|riaa-bass|chrome] [--json] [--verbose]",
-                                  &RunTracks}};
+                                 "tracks [--eq none|riaa|riaa-bass|chrome] [--json] [--verbose] FILE",
+                                 &RunTracks, kOptions}};
 
 } // namespace
 

@@ -1,8 +1,11 @@
 // tolm-audio-converter: the wizard that takes a record or a tape to named tracks in the
 // music library.
 
+#include "WizardOptions.h"
 #include "capture/DemoTurntable.h"
 #include "capture/Localization.h"
+#include "capture/LogRouting.h"
+#include "platform/LogFile.h"
 #include "platform/PulseAudioHardware.h"
 #include "ui/AppDelegate.h"
 #include "ui/CustomWindow.h"
@@ -43,18 +46,17 @@ void PlaceWindow(Tolm::Ui::CustomWindow& window)
 
 struct Options {
     QCommandLineParser parser;
-    QCommandLineOption demo{QStringLiteral("demo"),
-                            QStringLiteral("Record from a built-in demo turntable instead of a USB device.")};
 
     Options()
     {
-        parser.setApplicationDescription(
-            QStringLiteral("Turns records and tapes played on a USB turntable or cassette deck into named, "
-                           "tagged tracks in your music library."));
+        parser.setApplicationDescription(QString::fromUtf8(Tolm::Wizard::WizardDescription()));
         parser.addHelpOption();
         parser.addVersionOption();
-        parser.addOption(demo);
+        for (const auto& option : Tolm::Wizard::WizardOptions())
+            parser.addOption(
+                QCommandLineOption(QString::fromLatin1(option.name), QString::fromUtf8(option.description)));
     }
+    bool isSet(const char* name) const { return parser.isSet(QString::fromLatin1(name)); }
 };
 
 void Describe()
@@ -88,11 +90,19 @@ int main(int argc, char** argv)
     Options options;
     options.parser.process(app);
 
+    // The engine's own lines go to the log file, for whoever looks into a problem later.
+    Tolm::Platform::LogFile log(Tolm::Platform::LogFile::DefaultFolder(), options.isSet("verbose"));
+    if (!log.isOpen())
+        std::fprintf(stderr,
+                     "tolm-audio-converter: cannot write the log file %s; its lines go here instead.\n",
+                     log.path().c_str());
+    const Tolm::Capture::LogRouting logLines(&log);
+
     // The demo turntable alone on the bus, so it is the one device found whatever else is
     // plugged in. It asks turntable or tape, as a bare USB codec does, and plays into the
     // desktop's sound output when there is one.
     std::unique_ptr<Tolm::Capture::DemoTurntable> demo;
-    if (options.parser.isSet(options.demo)) {
+    if (options.isSet("demo")) {
         demo = std::make_unique<Tolm::Capture::DemoTurntable>(Tolm::Platform::PulseAudioHardware::Connect(),
                                                               nullptr,
                                                               Tolm::Capture::DemoTurntable::Kind::BareCodec);
