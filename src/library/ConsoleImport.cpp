@@ -59,10 +59,11 @@ QString Text(const std::string& utf8)
 std::optional<ConsoleImport> ConsoleImport::Take(std::vector<std::string>& args, std::string& error)
 {
     ConsoleImport import;
-    std::vector<std::string> artist, album, titles, library, format;
+    std::vector<std::string> artist, album, titles, library, format, albumArtist, year, side;
     for (auto [name, values] :
          {std::pair{"artist", &artist}, std::pair{"album", &album}, std::pair{"title", &titles},
-          std::pair{"library", &library}, std::pair{"format", &format}}) {
+          std::pair{"library", &library}, std::pair{"format", &format}, std::pair{"album-artist", &albumArtist},
+          std::pair{"year", &year}, std::pair{"side", &side}}) {
         if (!TakeValues(args, name, *values)) {
             error = std::string("--") + name + " needs a value";
             return std::nullopt;
@@ -75,6 +76,24 @@ std::optional<ConsoleImport> ConsoleImport::Take(std::vector<std::string>& args,
         import.names.album = Text(album.back());
     for (const auto& title : titles)
         import.names.titles << Text(title);
+    if (!albumArtist.empty())
+        import.names.albumTags.albumArtist = Text(albumArtist.back());
+    if (!year.empty()) {
+        const auto text = YearText(Text(year.back()));
+        if (!text) {
+            error = "--year needs a year of four digits, not \"" + year.back() + "\"";
+            return std::nullopt;
+        }
+        import.names.albumTags.date = *text;
+    }
+    if (!side.empty()) {
+        const auto number = SideNumber(Text(side.back()));
+        if (!number) {
+            error = "--side needs a side letter (A, B, ...), not \"" + side.back() + "\"";
+            return std::nullopt;
+        }
+        import.names.albumTags.disc = *number;
+    }
     if (!library.empty()) {
         if (library.back().empty()) {
             error = "--library needs a folder";

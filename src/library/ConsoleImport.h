@@ -22,9 +22,10 @@ struct ConsoleImport {
     std::optional<QString> library;
     std::optional<ImportFormat> format;
 
-    // Takes --artist A, --album B, --title T (repeatable, in track order), --library DIR,
-    // --format F and --import (each also as --name=VALUE) out of `args`, leaving the rest for
-    // the command. nullopt with `error` set for a missing value or an unknown format.
+    // Takes --artist A, --album B, --title T (repeatable, in track order), --album-artist A,
+    // --year YYYY, --side A|B, --library DIR, --format F and --import (each also as
+    // --name=VALUE) out of `args`, leaving the rest for the command. nullopt with `error` set
+    // for a missing value, an unknown format, or a year or side that is not one.
     static std::optional<ConsoleImport> Take(std::vector<std::string>& args, std::string& error);
 
     // Settles the library folder and format for this run (before anything is recorded or

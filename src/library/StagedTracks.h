@@ -10,8 +10,9 @@
 namespace Tolm::Library {
 
 // Track files made from sound files that were recorded elsewhere, for the export: each is
-// decoded, whole or in part, into a private temporary folder as 32-bit float WAV, the
-// format of a recorded track, so the export may delete it without touching the original.
+// decoded, whole or in part, into a private temporary folder as WAV (integer sources at
+// their depth, others as 32-bit float, the format of a recorded track), so the export may
+// delete it without touching the original.
 // The folder goes with the object.
 class StagedTracks final : public RecordedTracks {
   public:

@@ -57,6 +57,41 @@ void SetEncoderQuality(SNDFILE* file, ImportFormat format)
     sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
 }
 
+// The sample format a FLAC or WAV file gets: an integer source keeps its depth (as far as
+// the container holds it); a float one, like a recording, is stored at 24 bit.
+int StoredSndfileFormat(ImportFormat format, int sourceFormat)
+{
+    const int stored = ImportFormatSndfileFormat(format);
+    if (format != ImportFormat::Flac && format != ImportFormat::Wav)
+        return stored;
+    const int container = stored & SF_FORMAT_TYPEMASK;
+    switch (sourceFormat & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+        return container | (format == ImportFormat::Wav ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8);
+    case SF_FORMAT_PCM_16:
+        return container | SF_FORMAT_PCM_16;
+    case SF_FORMAT_PCM_32:
+        return format == ImportFormat::Wav ? container | SF_FORMAT_PCM_32 : stored;
+    default:
+        return stored;
+    }
+}
+
+bool IsInteger(int sndfileFormat)
+{
+    switch (sndfileFormat & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+        return true;
+    default:
+        return false;
+    }
+}
+
 class Writer {
   public:
     Writer(SNDFILE* file, const QString& destination) : mFile(file), mDestination(destination) {}
@@ -98,7 +133,7 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     SF_INFO outInfo{};
     outInfo.samplerate = StoredSampleRate(format, inInfo.samplerate);
     outInfo.channels = channels;
-    outInfo.format = ImportFormatSndfileFormat(format);
+    outInfo.format = StoredSndfileFormat(format, inInfo.format);
     SndfileHandle out(sf_open(QFile::encodeName(destination).constData(), SFM_WRITE, &outInfo));
     if (!out)
         throw LibraryError(QStringLiteral("Cannot create %1: %2").arg(destination, SndfileError(nullptr)));
@@ -112,6 +147,28 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
         if (!resampler)
             throw LibraryError(
                 QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
+    }
+
+    // Integer to integer at the same rate goes through ints: through floats, libsndfile's
+    // scaling either way differs by a step at full scale, and the copy would not be exact.
+    if (!resampler && IsInteger(inInfo.format) && IsInteger(outInfo.format)) {
+        std::vector<int> samples(size_t(kBlockFrames) * size_t(channels));
+        long long framesCopied = 0;
+        for (sf_count_t got = kBlockFrames; got == kBlockFrames;) {
+            got = sf_readf_int(in.get(), samples.data(), kBlockFrames);
+            if (got < 0)
+                throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(in.get())));
+            if (got > 0 && sf_writef_int(out.get(), samples.data(), got) != got)
+                throw LibraryError(
+                    QStringLiteral("Cannot write %1: %2").arg(destination, SndfileError(out.get())));
+            framesCopied += got;
+            if (progress && inInfo.frames > 0)
+                progress(double(framesCopied) / double(inInfo.frames));
+        }
+        if (const int error = sf_close(out.release()))
+            throw LibraryError(QStringLiteral("Cannot finish %1: %2")
+                                   .arg(destination, QString::fromUtf8(sf_error_number(error))));
+        return {outInfo.samplerate, framesCopied};
     }
 
     std::vector<float> input(size_t(kBlockFrames) * size_t(channels));

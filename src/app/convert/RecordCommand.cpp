@@ -214,6 +214,7 @@ int RunRecord(const std::vector<std::string>& args)
 const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
                         "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
+                        "[--album-artist A] [--year YYYY] [--side A|B] "
                         "[--library DIR] [--format F]]",
                         &RunRecord}};
 
