@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QSettings>
 #include <QStandardPaths>
+#include <algorithm>
 #include <mutex>
 
 namespace Tolm::Library {
@@ -11,6 +12,23 @@ namespace {
 
 const QString kFolderKey = QStringLiteral("Library/Folder");
 const QString kFormatKey = QStringLiteral("Library/Format");
+
+QString QualityKey(ImportFormat format)
+{
+    return QStringLiteral("Library/Quality/") + ImportFormatName(format);
+}
+
+int DefaultQuality(ImportFormat format)
+{
+    switch (format) {
+    case ImportFormat::Mp3:
+        return 8; // LAME's V2
+    case ImportFormat::OggVorbis:
+        return 6; // q6
+    default:
+        return 5;
+    }
+}
 
 std::mutex gOverrideMutex;
 std::optional<QString> gFolderOverride;
@@ -58,6 +76,23 @@ ImportFormat LibrarySettings::format()
             return *gFormatOverride;
     }
     return ImportFormatFromName(UserSettings().value(kFormatKey).toString()).value_or(ImportFormat::Flac);
+}
+
+bool LibrarySettings::isLossy(ImportFormat format)
+{
+    return format == ImportFormat::Mp3 || format == ImportFormat::OggVorbis || format == ImportFormat::Opus;
+}
+
+int LibrarySettings::quality(ImportFormat format)
+{
+    bool ok = false;
+    const int stored = UserSettings().value(QualityKey(format)).toInt(&ok);
+    return ok ? std::clamp(stored, 0, 10) : DefaultQuality(format);
+}
+
+void LibrarySettings::setQuality(ImportFormat format, int quality)
+{
+    UserSettings().setValue(QualityKey(format), std::clamp(quality, 0, 10));
 }
 
 void LibrarySettings::setFolder(const QString& folder)

@@ -1,6 +1,7 @@
 #include "library/TrackEncoder.h"
 
 #include "library/LibraryError.h"
+#include "library/LibrarySettings.h"
 
 #include <QFile>
 #include <memory>
@@ -31,22 +32,26 @@ QString SndfileError(SNDFILE* file)
 
 void SetEncoderQuality(SNDFILE* file, ImportFormat format)
 {
+    // The user's 0..10 quality; libsndfile's compression level runs the other way, 0..1.
+    const double quality = LibrarySettings::quality(format) / 10.0;
     switch (format) {
     case ImportFormat::Mp3: {
         int mode = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
-        double level = 0.2; // roughly LAME's V2, transparent for most listeners
+        double level = 1.0 - quality; // 8 is about LAME's V2, transparent for most listeners
         sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
         break;
     }
     case ImportFormat::OggVorbis: {
-        double quality = 0.6; // Vorbis q6, about 192 kbit/s
-        sf_command(file, SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+        double vorbisQuality = quality; // 6 is Vorbis q6, about 192 kbit/s
+        sf_command(file, SFC_SET_VBR_ENCODING_QUALITY, &vorbisQuality, sizeof vorbisQuality);
         break;
     }
     case ImportFormat::Opus: {
         int mode = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
+        double level = 1.0 - quality;
+        sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
         break;
     }
     case ImportFormat::Flac:

@@ -38,6 +38,10 @@ void ExportBridge::takeNamesFromPanels()
     mArtist = FieldText(mWizard, Library::ArtistField(count));
     mAlbum = FieldText(mWizard, Library::AlbumField(count));
     mTitles = titles;
+    // A year half typed is left out rather than written wrong.
+    mAlbumTags = {};
+    mAlbumTags.date = Library::YearText(FieldText(mWizard, Library::YearField(count))).value_or(QString());
+    mAlbumTags.disc = Library::SideNumber(FieldText(mWizard, Library::SideField(count))).value_or(0);
 }
 
 UInt32 ExportBridge::numRecordedTracks()
@@ -72,6 +76,12 @@ QString ExportBridge::title(UInt32 track, UInt32)
 {
     std::lock_guard lock(mMutex);
     return track >= 1 && track <= UInt32(mTitles.size()) ? mTitles.at(qsizetype(track) - 1) : QString();
+}
+
+Library::AlbumTags ExportBridge::albumTags(UInt32)
+{
+    std::lock_guard lock(mMutex);
+    return mAlbumTags;
 }
 
 void ExportBridge::exportStarted(UInt32 trackCount)

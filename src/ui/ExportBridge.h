@@ -33,6 +33,7 @@ class ExportBridge final : public Library::RecordedTracks,
     QString artist(UInt32 trackCount) override;
     QString album(UInt32 trackCount) override;
     QString title(UInt32 track, UInt32 trackCount) override;
+    Library::AlbumTags albumTags(UInt32 trackCount) override;
 
     // ExportView
     void exportStarted(UInt32 trackCount) override;
@@ -48,6 +49,7 @@ class ExportBridge final : public Library::RecordedTracks,
     QString mArtist;
     QString mAlbum;
     QStringList mTitles; // track 1 first
+    Library::AlbumTags mAlbumTags;
 };
 
 } // namespace Tolm::Ui
