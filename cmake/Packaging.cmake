@@ -3,7 +3,9 @@
 #   cmake --build build --target package     (or: cd build && cpack -G DEB)
 
 set(TOLM_APP_ID "org.tolm.AudioConverter" CACHE STRING "AppStream component id")
-set(TOLM_HOMEPAGE "https://tolm.org" CACHE STRING "Project home page; the screenshots live below it")
+# The metadata's screenshots are resources/desktop/screenshots (panel renders of
+# tolm-render-panels), published below the home page.
+set(TOLM_HOMEPAGE "https://tolm.org" CACHE STRING "Project home page")
 
 if(TARGET tolm-render-icon AND TARGET tolm-audio-converter)
   set(icon_sizes 16 22 24 32 48 64 128 256)
@@ -47,7 +49,5 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY "optional")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libqt6svg6")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pipewire-pulse | pulseaudio")
-# Only the programs and their data: no tests, benchmarks or developer tools.
-set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};${PROJECT_NAME};ALL;/")
 set(CPACK_GENERATOR "DEB")
 include(CPack)

@@ -241,7 +241,7 @@
     </message>
     <message>
         <source>IDS_PREFERENCES_BUTTON</source>
-        <translation>Einstellungen…</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0;"&gt;Einstellungen…&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_PREFS_LIBRARY</source>

@@ -241,7 +241,7 @@
     </message>
     <message>
         <source>IDS_PREFERENCES_BUTTON</source>
-        <translation>Preferences…</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0;"&gt;Preferences…&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_PREFS_LIBRARY</source>

@@ -25,6 +25,8 @@ int DefaultQuality(ImportFormat format)
         return 8; // LAME's V2
     case ImportFormat::OggVorbis:
         return 6; // q6
+    case ImportFormat::Opus:
+        return 6; // 128 kbit/s
     default:
         return 5;
     }

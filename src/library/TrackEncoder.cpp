@@ -4,6 +4,8 @@
 #include "library/LibrarySettings.h"
 
 #include <QFile>
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <samplerate.h>
 #include <sndfile.h>
@@ -50,7 +52,11 @@ void SetEncoderQuality(SNDFILE* file, ImportFormat format)
     case ImportFormat::Opus: {
         int mode = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
-        double level = 1.0 - quality;
+        // libsndfile spreads the level evenly over 6 to 512 kbit/s (stereo), where the useful
+        // choices for music all sit at the low end: the steps are the usual Opus bitrates.
+        constexpr std::array kKbits{32, 48, 64, 80, 96, 112, 128, 160, 192, 256, 320};
+        const double kbits = kKbits[size_t(LibrarySettings::quality(format))];
+        double level = std::clamp(1.0 - (kbits - 6.0) / (512.0 - 6.0), 0.0, 1.0);
         sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
         break;
     }
