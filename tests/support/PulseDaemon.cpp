@@ -269,7 +269,9 @@ bool PulseDaemon::LaunchPipeWire(std::string& error)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     mPid = mChildren.back();
-    if (!Pactl({"load-module", "module-null-sink", std::string("sink_name=") + kSinkName})) {
+    // PipeWire names a null sink after its node; PulseAudio's is "Null Output".
+    if (!Pactl({"load-module", "module-null-sink", std::string("sink_name=") + kSinkName,
+                "sink_properties='device.description=\"Null Output\"'"})) {
         error = "cannot load a null sink" + LogTail();
         return false;
     }
