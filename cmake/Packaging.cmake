@@ -47,7 +47,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY "optional")
 # Library dependencies come from the programs' shared libraries (dpkg-shlibdeps); what they
 # only load at run time is named here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libqt6svg6")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pipewire-pulse | pulseaudio")
 set(CPACK_GENERATOR "DEB")
 include(CPack)

@@ -20,8 +20,12 @@ dpkg-deb --field "$deb" Package Version Depends Recommends
 # Installed as dpkg installs it, into a root of its own.
 mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
 touch "$root/var/lib/dpkg/status"
-dpkg --root="$root" --force-depends --force-not-root --force-script-chrootless --log=/dev/null \
-  -i "$deb" >/dev/null
+# (The empty root has none of the dependencies; the archive check below is for those.)
+if ! out=$(dpkg --root="$root" --force-depends --force-not-root --force-script-chrootless \
+             --log=/dev/null -i "$deb" 2>&1); then
+  echo "$out" >&2
+  exit 1
+fi
 echo "Files:"
 dpkg --root="$root" -L tolm-audio-converter | sort | while read -r f; do
   [ -f "$root$f" ] && echo "  $f"
