@@ -103,6 +103,14 @@ bool IsInteger(int sndfileFormat)
     }
 }
 
+// Closing writes what the encoder still holds: a full disk may show only now.
+void Finish(SndfileHandle out, const QString& destination)
+{
+    if (const int error = sf_close(out.release()))
+        throw LibraryError(
+            QStringLiteral("Cannot finish %1: %2").arg(destination, QString::fromUtf8(sf_error_number(error))));
+}
+
 class Writer {
   public:
     Writer(SNDFILE* file, const QString& destination) : mFile(file), mDestination(destination) {}
@@ -176,9 +184,7 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
             if (progress && inInfo.frames > 0)
                 progress(double(framesCopied) / double(inInfo.frames));
         }
-        if (const int error = sf_close(out.release()))
-            throw LibraryError(QStringLiteral("Cannot finish %1: %2")
-                                   .arg(destination, QString::fromUtf8(sf_error_number(error))));
+        Finish(std::move(out), destination);
         return {outInfo.samplerate, framesCopied};
     }
 
@@ -217,9 +223,7 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
             progress(double(framesRead) / double(inInfo.frames));
     }
 
-    if (const int error = sf_close(out.release()))
-        throw LibraryError(QStringLiteral("Cannot finish %1: %2")
-                               .arg(destination, QString::fromUtf8(sf_error_number(error))));
+    Finish(std::move(out), destination);
     return {outInfo.samplerate, writer.Frames()};
 }
 

@@ -73,14 +73,10 @@ std::pair<QString, int> NumberAndTotal(const QString& text)
 
 TrackTags WithAlbumTags(TrackTags tags, const AlbumTags& album)
 {
-    if (!album.albumArtist.isEmpty())
-        tags.albumArtist = album.albumArtist;
-    if (album.trackTotal > 0)
-        tags.trackTotal = album.trackTotal;
-    if (album.disc > 0)
-        tags.disc = album.disc;
-    if (!album.date.isEmpty())
-        tags.date = album.date;
+    tags.albumArtist = album.albumArtist;
+    tags.trackTotal = album.trackTotal;
+    tags.disc = album.disc;
+    tags.date = album.date;
     return tags;
 }
 

@@ -32,8 +32,8 @@ struct AlbumTags {
     friend bool operator==(const AlbumTags&, const AlbumTags&) = default;
 };
 
-// `tags` with the album's fields where the album gives them (what the user said for this
-// export wins over what an imported file carried).
+// `tags` with the album's fields, as the export names the tracks: like the artist and the
+// album, they are what the user said now, not what an imported file carried.
 TrackTags WithAlbumTags(TrackTags tags, const AlbumTags& album);
 
 // "A" = 1, "B" = 2 ... (either case) or a plain side number 1 to 26; nullopt for anything else.
