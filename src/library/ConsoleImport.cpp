@@ -59,11 +59,11 @@ QString Text(const std::string& utf8)
 std::optional<ConsoleImport> ConsoleImport::Take(std::vector<std::string>& args, std::string& error)
 {
     ConsoleImport import;
-    std::vector<std::string> artist, album, titles, library, format, albumArtist, year, side;
+    std::vector<std::string> artist, album, titles, library, format, albumArtist, year, side, quality;
     for (auto [name, values] :
          {std::pair{"artist", &artist}, std::pair{"album", &album}, std::pair{"title", &titles},
           std::pair{"library", &library}, std::pair{"format", &format}, std::pair{"album-artist", &albumArtist},
-          std::pair{"year", &year}, std::pair{"side", &side}}) {
+          std::pair{"year", &year}, std::pair{"side", &side}, std::pair{"quality", &quality}}) {
         if (!TakeValues(args, name, *values)) {
             error = std::string("--") + name + " needs a value";
             return std::nullopt;
@@ -85,6 +85,16 @@ std::optional<ConsoleImport> ConsoleImport::Take(std::vector<std::string>& args,
             return std::nullopt;
         }
         import.names.albumTags.date = *text;
+    }
+    if (!quality.empty()) {
+        bool ok = false;
+        const int value = Text(quality.back()).trimmed().toInt(&ok);
+        if (!ok || value < 0 || value > 10) {
+            error = "--quality needs a number from 0 (smallest files) to 10 (best sound), not \"" +
+                    quality.back() + "\"";
+            return std::nullopt;
+        }
+        import.quality = value;
     }
     if (!side.empty()) {
         const auto number = SideNumber(Text(side.back()));
@@ -130,6 +140,8 @@ std::string ConsoleImport::apply() const
                    " files; choose one of " + FormatNames();
         LibrarySettings::overrideFormat(*format);
     }
+    if (quality)
+        LibrarySettings::overrideQuality(*quality);
     if (library) {
         // Named on the command line just now: making it is what the user asked for.
         if (!QDir().mkpath(*library) || ::access(QFile::encodeName(*library).constData(), W_OK | X_OK) != 0)

@@ -21,9 +21,10 @@ struct ConsoleImport {
     ConsoleExport::Names names;
     std::optional<QString> library;
     std::optional<ImportFormat> format;
+    std::optional<int> quality; // 0..10, for the lossy formats
 
     // Takes --artist A, --album B, --title T (repeatable, in track order), --album-artist A,
-    // --year YYYY, --side A|B, --library DIR, --format F and --import (each also as
+    // --year YYYY, --side A|B, --library DIR, --format F, --quality 0-10 and --import (each also as
     // --name=VALUE) out of `args`, leaving the rest for the command. nullopt with `error` set
     // for a missing value, an unknown format, or a year or side that is not one.
     static std::optional<ConsoleImport> Take(std::vector<std::string>& args, std::string& error);

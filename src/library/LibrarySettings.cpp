@@ -35,6 +35,7 @@ int DefaultQuality(ImportFormat format)
 std::mutex gOverrideMutex;
 std::optional<QString> gFolderOverride;
 std::optional<ImportFormat> gFormatOverride;
+std::optional<int> gQualityOverride;
 
 QSettings UserSettings()
 {
@@ -87,6 +88,11 @@ bool LibrarySettings::isLossy(ImportFormat format)
 
 int LibrarySettings::quality(ImportFormat format)
 {
+    {
+        std::lock_guard lock(gOverrideMutex);
+        if (gQualityOverride)
+            return *gQualityOverride;
+    }
     bool ok = false;
     const int stored = UserSettings().value(QualityKey(format)).toInt(&ok);
     return ok ? std::clamp(stored, 0, 10) : DefaultQuality(format);
@@ -117,6 +123,12 @@ void LibrarySettings::overrideFormat(std::optional<ImportFormat> format)
 {
     std::lock_guard lock(gOverrideMutex);
     gFormatOverride = format;
+}
+
+void LibrarySettings::overrideQuality(std::optional<int> quality)
+{
+    std::lock_guard lock(gOverrideMutex);
+    gQualityOverride = quality ? std::optional<int>(std::clamp(*quality, 0, 10)) : std::nullopt;
 }
 
 } // namespace Tolm::Library

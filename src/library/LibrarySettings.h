@@ -27,6 +27,7 @@ class LibrarySettings {
 
     static void overrideFolder(std::optional<QString> folder);
     static void overrideFormat(std::optional<ImportFormat> format);
+    static void overrideQuality(std::optional<int> quality); // for every lossy format
 
     static QString defaultFolder();
 };

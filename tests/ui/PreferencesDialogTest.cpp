@@ -29,13 +29,14 @@ class PreferencesDialogTest : public QObject {
     QString path(const QString& name) const { return QDir(mHome.path()).filePath(name); }
 
     // Runs tolm-convert import with no library or format named: the settings decide.
-    QString importWithSettings()
+    QString importWithSettings(const QStringList& more = {})
     {
         QProcess convert;
         convert.setWorkingDirectory(mHome.path());
         convert.start(QStringLiteral(TOLM_CONVERT),
-                      {QStringLiteral("import"), QStringLiteral("--artist"), QStringLiteral("A"),
-                       QStringLiteral("--album"), QStringLiteral("B"), QStringLiteral("tone.wav")});
+                      QStringList{QStringLiteral("import"), QStringLiteral("--artist"), QStringLiteral("A"),
+                                  QStringLiteral("--album"), QStringLiteral("B"), QStringLiteral("tone.wav")} +
+                          more);
         if (!convert.waitForFinished(120'000) || convert.exitCode() != 0)
             qWarning() << convert.readAllStandardError();
         return QString::fromUtf8(convert.readAllStandardOutput()).trimmed();
@@ -127,6 +128,10 @@ class PreferencesDialogTest : public QObject {
         QVERIFY(large.endsWith(QStringLiteral(".ogg")));
         QVERIFY2(QFileInfo(large).size() > 2 * QFileInfo(small).size(),
                  qPrintable(QStringLiteral("%1 vs %2 bytes").arg(QFileInfo(large).size()).arg(QFileInfo(small).size())));
+        // --quality is for one run and leaves the settings alone.
+        const QString once = importWithSettings({QStringLiteral("--quality"), QStringLiteral("0")});
+        QCOMPARE(QFileInfo(once).size(), QFileInfo(small).size());
+        QCOMPARE(LibrarySettings::quality(ImportFormat::OggVorbis), 10);
     }
 };
 

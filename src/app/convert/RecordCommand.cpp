@@ -215,7 +215,7 @@ const Registration reg{{"record", "record a side from the USB turntable or casse
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
                         "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
                         "[--album-artist A] [--year YYYY] [--side A|B] "
-                        "[--library DIR] [--format F]]",
+                        "[--library DIR] [--format F] [--quality 0-10]]",
                         &RunRecord}};
 
 } // namespace

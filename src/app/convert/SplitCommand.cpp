@@ -164,7 +164,7 @@ int RunSplit(const std::vector<std::string>& args)
 const Registration reg{
     {"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
      "split FILE [--artist A] [--album B] [--title T]... [--album-artist A] [--year YYYY] [--side A|B] [--eq none|riaa|riaa-bass|chrome] "
-     "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav]]",
+     "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav] [--quality 0-10]]",
      &RunSplit}};
 
 } // namespace
