@@ -13,7 +13,15 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   pulseaudio pulseaudio-utils xvfb xauth sox
   groff-base  # the manual pages are rendered in a test
+  # package checks (dpkg-shlibdeps comes with dpkg-dev)
+  dpkg-dev desktop-file-utils appstream
 )
+# PipeWire for the tests against its PulseAudio server: in CI only, as installing it on a
+# desktop that runs PulseAudio would start both servers at the next login. Elsewhere those
+# tests skip with a message unless it is installed.
+if [ "${CI:-}" = "true" ]; then
+  packages+=(pipewire pipewire-pulse wireplumber)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -259,5 +259,69 @@
         <source>IDS_MORETRACKS_TEXT</source>
         <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Geben Sie für jeden dieser Titel einen Namen ein.&lt;/p&gt;</translation>
     </message>
+    <message>
+        <source>IDS_PREFERENCES</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>IDS_PREFERENCES_BUTTON</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0;"&gt;Einstellungen…&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_LIBRARY</source>
+        <translation>Ordner der Musiksammlung:</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_CHOOSE</source>
+        <translation>Auswählen…</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_FORMAT</source>
+        <translation>Format:</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_QUALITY</source>
+        <translation>Qualität:</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_SMALLER</source>
+        <translation>Kleinere Dateien</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_BETTER</source>
+        <translation>Besserer Klang</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_FOLDER_MISSING</source>
+        <translation>Den Ordner %1 gibt es nicht. Trotzdem verwenden? (Er kann auf einem Laufwerk liegen, das nicht angeschlossen ist; die Titel warten dann darauf.)</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_FLAC</source>
+        <translation>FLAC (verlustfrei)</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_MP3</source>
+        <translation>MP3</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_OGG</source>
+        <translation>Ogg Vorbis</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_OPUS</source>
+        <translation>Opus</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_WAV</source>
+        <translation>WAV (unkomprimiert)</translation>
+    </message>
+    <message>
+        <source>IDS_YEAR</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Jahr&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_SIDE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Seite&lt;/p&gt;</translation>
+    </message>
 </context>
 </TS>

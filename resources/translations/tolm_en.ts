@@ -259,5 +259,69 @@
         <source>IDS_MORETRACKS_TEXT</source>
         <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Type a name for each of these tracks.&lt;/p&gt;</translation>
     </message>
+    <message>
+        <source>IDS_PREFERENCES</source>
+        <translation>Preferences</translation>
+    </message>
+    <message>
+        <source>IDS_PREFERENCES_BUTTON</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0;"&gt;Preferences…&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_LIBRARY</source>
+        <translation>Music library folder:</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_CHOOSE</source>
+        <translation>Choose…</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_FORMAT</source>
+        <translation>Format:</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_QUALITY</source>
+        <translation>Quality:</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_SMALLER</source>
+        <translation>Smaller files</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_BETTER</source>
+        <translation>Better sound</translation>
+    </message>
+    <message>
+        <source>IDS_PREFS_FOLDER_MISSING</source>
+        <translation>The folder %1 is not there. Use it anyway? (It may be on a drive that is not plugged in; tracks wait until it is.)</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_FLAC</source>
+        <translation>FLAC (lossless)</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_MP3</source>
+        <translation>MP3</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_OGG</source>
+        <translation>Ogg Vorbis</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_OPUS</source>
+        <translation>Opus</translation>
+    </message>
+    <message>
+        <source>IDS_FORMAT_WAV</source>
+        <translation>WAV (uncompressed)</translation>
+    </message>
+    <message>
+        <source>IDS_YEAR</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Year&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_SIDE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Side&lt;/p&gt;</translation>
+    </message>
 </context>
 </TS>

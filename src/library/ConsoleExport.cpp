@@ -41,6 +41,11 @@ QString ConsoleExport::title(UInt32 track, UInt32)
                                                                : QString();
 }
 
+AlbumTags ConsoleExport::albumTags(UInt32)
+{
+    return mNames.albumTags;
+}
+
 void ConsoleExport::exportStarted(UInt32 trackCount)
 {
     mTrackCount = trackCount;

@@ -18,6 +18,7 @@ class ConsoleExport final : private TrackNaming, private ExportView, private Cap
         QString artist;
         QString album;
         QStringList titles; // track 1 first; missing ones get the unknown-track name
+        AlbumTags albumTags; // album artist, side, year, where given
     };
     struct Hooks {
         std::function<void(double fraction)> progress; // all tracks, 0..1, from the export's thread
@@ -38,6 +39,7 @@ class ConsoleExport final : private TrackNaming, private ExportView, private Cap
     QString artist(UInt32 trackCount) override;
     QString album(UInt32 trackCount) override;
     QString title(UInt32 track, UInt32 trackCount) override;
+    AlbumTags albumTags(UInt32 trackCount) override;
 
     void exportStarted(UInt32 trackCount) override;
     void setProgress(UInt32 tracksDone) override;

@@ -30,6 +30,8 @@ std::string ConsoleImport::apply() const
                    " files; choose one of " + FormatNames();
         LibrarySettings::overrideFormat(*format);
     }
+    if (quality)
+        LibrarySettings::overrideQuality(*quality);
     if (library) {
         // Named on the command line just now: making it is what the user asked for.
         if (!QDir().mkpath(*library) || ::access(QFile::encodeName(*library).constData(), W_OK | X_OK) != 0)

@@ -22,6 +22,7 @@ struct ConsoleImport {
     ConsoleExport::Names names;
     std::optional<QString> library;
     std::optional<ImportFormat> format;
+    std::optional<int> quality; // 0..10, for the lossy formats
 
     // Settles the library folder and format for this run (before anything is recorded or
     // decoded): a folder named with --library is made if it is missing; the format must be one

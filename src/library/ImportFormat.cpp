@@ -17,6 +17,7 @@ struct FormatRow {
 };
 
 // 24-bit keeps what a float recording holds above 16 bits; FLAC and WAV players all read it.
+// (An integer source keeps its own depth: see TrackEncoder.)
 constexpr std::array kFormats{
     FormatRow{ImportFormat::Flac, "flac", "flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
     FormatRow{ImportFormat::Mp3, "mp3", "mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},

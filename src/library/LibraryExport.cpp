@@ -176,9 +176,14 @@ void LibraryExport::DoITunesImportTagAndConvertThreadRoutine2(bool normalize)
         }
     }
 
+    AlbumTags albumTags = mNaming.albumTags(trackCount);
+    // A side the user named is a disc of its own to players: its tracks count from 1.
+    const UInt32 numberFrom = albumTags.disc > 0 ? 1 : firstNumber;
+    albumTags.trackTotal = int(numberFrom - 1 + trackCount);
+
     UInt32 done = 0;
     for (UInt32 i = 1; i <= mTracks.numRecordedTracks() && !mStopRequested.load(); ++i) {
-        if (!importTrack(i, firstNumber, artist, album, trackCount, normalize))
+        if (!importTrack(i, numberFrom, artist, album, albumTags, trackCount, normalize))
             break;
         done = i;
         setProgress(i);
@@ -203,7 +208,7 @@ void LibraryExport::DoITunesImportTagAndConvertThreadRoutine2(bool normalize)
 }
 
 bool LibraryExport::importTrack(UInt32 track, UInt32 firstNumber, const QString& artist, const QString& album,
-                                UInt32 trackCount, bool normalize)
+                                const AlbumTags& albumTags, UInt32 trackCount, bool normalize)
 {
     const QString file = mTracks.fileNameForTrack(track);
     const QString number = QString::number(firstNumber + track - 1);
@@ -213,6 +218,7 @@ bool LibraryExport::importTrack(UInt32 track, UInt32 firstNumber, const QString&
         try {
             TrackConversionObserver observer(mView, track);
             ConversionObserverScope scope(observer);
+            AlbumTagsScope albumScope(albumTags);
             if (!convertAndTagAudioFile4(file, artist, album, title, number, normalize, &failure))
                 failure.clear();
             else if (failure.isEmpty())

@@ -7,6 +7,7 @@
 // wizard and tolm-convert both run it; what they show comes through the interfaces below,
 // always called on the worker thread.
 
+#include "library/TrackTags.h"
 #include "platform/CoreAudioTypes.h"
 
 #include <QString>
@@ -40,6 +41,12 @@ class TrackNaming {
     virtual QString artist(UInt32 trackCount) = 0;
     virtual QString album(UInt32 trackCount) = 0;
     virtual QString title(UInt32 track, UInt32 trackCount) = 0;
+    // Album artist, side and year where the user gave them (the export counts the total).
+    virtual AlbumTags albumTags(UInt32 trackCount)
+    {
+        (void)trackCount;
+        return {};
+    }
 };
 
 // The export panel, or the command line's progress.
@@ -105,7 +112,7 @@ class LibraryExport {
     void setProgress(UInt32 track);
     // Imports until the library answers after the import; false when stopped first.
     bool importTrack(UInt32 track, UInt32 firstNumber, const QString& artist, const QString& album,
-                     UInt32 trackCount, bool normalize);
+                     const AlbumTags& albumTags, UInt32 trackCount, bool normalize);
 
     RecordedTracks& mTracks;
     TrackNaming& mNaming;

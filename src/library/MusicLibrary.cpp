@@ -24,6 +24,7 @@ namespace Tolm::Library {
 namespace {
 
 thread_local ConversionObserver* tObserver = nullptr;
+thread_local const AlbumTags* tAlbumTags = nullptr;
 
 const QString kIntakeName = QStringLiteral(".tolm-intake");
 
@@ -73,11 +74,15 @@ void CopyFile(const QString& source, QFile& destination)
     }
 }
 
-QString NumberPrefix(const QString& trackNumber)
+// "07 ", or "2-07 " for a track of side B, so the sides' files sort apart.
+QString NumberPrefix(const TrackTags& tags)
 {
     bool ok = false;
-    const int number = trackNumber.trimmed().toInt(&ok);
-    return ok && number > 0 ? QStringLiteral("%1 ").arg(number, 2, 10, QLatin1Char('0')) : QString();
+    const int number = tags.trackNumber.trimmed().toInt(&ok);
+    if (!ok || number <= 0)
+        return {};
+    const QString prefix = QStringLiteral("%1 ").arg(number, 2, 10, QLatin1Char('0'));
+    return tags.disc > 0 ? QString::number(tags.disc) + QLatin1Char('-') + prefix : prefix;
 }
 
 bool IsRf64(const QString& path)
@@ -162,6 +167,16 @@ ConversionObserverScope::ConversionObserverScope(ConversionObserver& observer) :
 ConversionObserverScope::~ConversionObserverScope()
 {
     tObserver = mPrevious;
+}
+
+AlbumTagsScope::AlbumTagsScope(const AlbumTags& album) : mPrevious(tAlbumTags)
+{
+    tAlbumTags = &album;
+}
+
+AlbumTagsScope::~AlbumTagsScope()
+{
+    tAlbumTags = mPrevious;
 }
 
 MusicLibrary::MusicLibrary(QString folder, bool createIfMissing)
@@ -286,7 +301,7 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
     if (!contains(track))
         throw LibraryError(QStringLiteral("The track is no longer in the library."));
     checkAvailable();
-    const TrackTags tags = track->tags;
+    const TrackTags tags = tAlbumTags != nullptr ? WithAlbumTags(track->tags, *tAlbumTags) : track->tags;
     const QString artistFolder = MakeFolder(mFolder, SafeNameComponent(tags.artist, UnknownArtistName()));
     const QString albumFolder = MakeFolder(artistFolder, SafeNameComponent(tags.album, UnknownAlbumName()));
     const QString suffix = ImportFormatSuffix(format);
@@ -311,7 +326,7 @@ MusicLibrary::TrackPtr MusicLibrary::convert(const TrackPtr& track, ImportFormat
         WriteTrackTags(encoded.path(), format, tags);
 
     const QString title = SafeNameComponent(tags.title, UnknownTrackName(tags.trackNumber));
-    const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags.trackNumber) + title, suffix);
+    const QString filed = ReserveUniqueFile(albumFolder, NumberPrefix(tags) + title, suffix);
     if (::rename(QFile::encodeName(encoded.path()).constData(), QFile::encodeName(filed).constData()) != 0) {
         const QString reason = ErrnoText();
         QFile::remove(filed);

@@ -34,6 +34,19 @@ class ConversionObserverScope {
     ConversionObserver* mPrevious;
 };
 
+// Gives conversions on the current thread the album's tags while it lives: the import script
+// names each track, the export knows the rest (album artist, total, side, year).
+class AlbumTagsScope {
+  public:
+    explicit AlbumTagsScope(const AlbumTags& album);
+    ~AlbumTagsScope();
+    AlbumTagsScope(const AlbumTagsScope&) = delete;
+    AlbumTagsScope& operator=(const AlbumTagsScope&) = delete;
+
+  private:
+    const AlbumTags* mPrevious;
+};
+
 // The user's music library: a folder holding tracks as Artist/Album/NN Title.ext. Files
 // handed to it are first copied into its intake area (added tracks); converting an added
 // track encodes it to an import format, tags it and files it under its names (a filed

@@ -12,6 +12,16 @@ NamingField AlbumField(unsigned trackCount)
     return trackCount == 1 ? NamingField{4, 11} : NamingField{7, 52};
 }
 
+NamingField YearField(unsigned trackCount)
+{
+    return trackCount == 1 ? NamingField{4, 13} : NamingField{7, 53};
+}
+
+NamingField SideField(unsigned trackCount)
+{
+    return trackCount == 1 ? NamingField{4, 14} : NamingField{7, 54};
+}
+
 NamingField TitleField(unsigned track, unsigned trackCount)
 {
     if (trackCount == 1)

@@ -15,5 +15,8 @@ struct NamingField {
 NamingField ArtistField(unsigned trackCount);
 NamingField AlbumField(unsigned trackCount);
 NamingField TitleField(unsigned track, unsigned trackCount);
+// Beside the album's name: its year and which side of the record this is.
+NamingField YearField(unsigned trackCount);
+NamingField SideField(unsigned trackCount);
 
 } // namespace Tolm::Library

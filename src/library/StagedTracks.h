@@ -11,8 +11,9 @@ namespace Tolm::Library {
 
 // Track files made from sound files that were recorded elsewhere, for the export: a whole
 // file is read where it is and left alone; a part of one (or a file to be normalised) is
-// decoded into a private temporary folder as 32-bit float WAV, the format of a recorded
-// track, in RF64 once it passes 4 GiB. The folder goes with the object.
+// decoded into a private temporary folder as WAV (integer sources at their depth, others as
+// 32-bit float, the format of a recorded track), in RF64 once it passes 4 GiB. The folder goes
+// with the object.
 class StagedTracks final : public RecordedTracks {
   public:
     StagedTracks(); // throws LibraryError when no temporary folder can be made

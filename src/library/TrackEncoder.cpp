@@ -1,12 +1,15 @@
 #include "library/TrackEncoder.h"
 
 #include "library/LibraryError.h"
+#include "library/LibrarySettings.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <samplerate.h>
 #include <sndfile.h>
@@ -71,22 +74,30 @@ long long ReplaceNonFinite(float* samples, size_t count)
 
 void SetEncoderQuality(SNDFILE* file, ImportFormat format)
 {
+    // The user's 0..10 quality; libsndfile's compression level runs the other way, 0..1.
+    const double quality = LibrarySettings::quality(format) / 10.0;
     switch (format) {
     case ImportFormat::Mp3: {
         int mode = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
-        double level = 0.2; // roughly LAME's V2, transparent for most listeners
+        double level = 1.0 - quality; // 8 is about LAME's V2, transparent for most listeners
         sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
         break;
     }
     case ImportFormat::OggVorbis: {
-        double quality = 0.6; // Vorbis q6, about 192 kbit/s
-        sf_command(file, SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+        double vorbisQuality = quality; // 6 is Vorbis q6, about 192 kbit/s
+        sf_command(file, SFC_SET_VBR_ENCODING_QUALITY, &vorbisQuality, sizeof vorbisQuality);
         break;
     }
     case ImportFormat::Opus: {
         int mode = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &mode, sizeof mode);
+        // libsndfile spreads the level evenly over 6 to 512 kbit/s (stereo), where the useful
+        // choices for music all sit at the low end: the steps are the usual Opus bitrates.
+        constexpr std::array kKbits{32, 48, 64, 80, 96, 112, 128, 160, 192, 256, 320};
+        const double kbits = kKbits[size_t(LibrarySettings::quality(format))];
+        double level = std::clamp(1.0 - (kbits - 6.0) / (512.0 - 6.0), 0.0, 1.0);
+        sf_command(file, SFC_SET_COMPRESSION_LEVEL, &level, sizeof level);
         break;
     }
     case ImportFormat::Flac:
@@ -95,6 +106,54 @@ void SetEncoderQuality(SNDFILE* file, ImportFormat format)
     }
     // Over-full float samples clip instead of wrapping round to the other extreme.
     sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+}
+
+// The sample format a FLAC or WAV file gets: an integer source keeps its depth (as far as
+// the container holds it); a float one, like a recording, is stored at 24 bit.
+int StoredSndfileFormat(ImportFormat format, int sourceFormat)
+{
+    const int stored = ImportFormatSndfileFormat(format);
+    if (format != ImportFormat::Flac && format != ImportFormat::Wav)
+        return stored;
+    const int container = stored & SF_FORMAT_TYPEMASK;
+    switch (sourceFormat & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+        return container | (format == ImportFormat::Wav ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8);
+    case SF_FORMAT_PCM_16:
+        return container | SF_FORMAT_PCM_16;
+    case SF_FORMAT_PCM_32:
+        return format == ImportFormat::Wav ? container | SF_FORMAT_PCM_32 : stored;
+    default:
+        return stored;
+    }
+}
+
+bool IsInteger(int sndfileFormat)
+{
+    switch (sndfileFormat & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8:
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_PCM_32:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Closing writes what the encoder still holds: a full disk may show only now.
+void Finish(SndfileHandle out, const QString& destination)
+{
+    errno = 0;
+    if (const int error = sf_close(out.release())) {
+        const int systemError = errno;
+        throw LibraryError(QStringLiteral("Cannot finish %1: %2")
+                               .arg(destination, error == SF_ERR_SYSTEM || DiskFull(destination)
+                                                     ? WriteFailure(nullptr, destination, systemError)
+                                                     : QString::fromUtf8(sf_error_number(error))));
+    }
 }
 
 class Writer {
@@ -142,7 +201,7 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
     SF_INFO outInfo{};
     outInfo.samplerate = StoredSampleRate(format, inInfo.samplerate);
     outInfo.channels = channels;
-    outInfo.format = ImportFormatSndfileFormat(format);
+    outInfo.format = StoredSndfileFormat(format, inInfo.format);
     SndfileHandle out(sf_open(QFile::encodeName(destination).constData(), SFM_WRITE, &outInfo));
     if (!out)
         throw LibraryError(QStringLiteral("Cannot create %1: %2").arg(destination, SndfileError(nullptr)));
@@ -158,6 +217,26 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
         if (!resampler)
             throw LibraryError(
                 QStringLiteral("Cannot resample: %1").arg(QString::fromUtf8(src_strerror(error))));
+    }
+
+    // Integer to integer at the same rate goes through ints: through floats, libsndfile's
+    // scaling either way differs by a step at full scale, and the copy would not be exact.
+    if (!resampler && IsInteger(inInfo.format) && IsInteger(outInfo.format)) {
+        std::vector<int> samples(size_t(kBlockFrames) * size_t(channels));
+        long long framesCopied = 0;
+        for (sf_count_t got = kBlockFrames; got == kBlockFrames;) {
+            got = sf_readf_int(in.get(), samples.data(), kBlockFrames);
+            if (got < 0)
+                throw LibraryError(QStringLiteral("Cannot read %1: %2").arg(source, SndfileError(in.get())));
+            errno = 0;
+            if (got > 0 && sf_writef_int(out.get(), samples.data(), got) != got)
+                throw LibraryError(WriteFailure(out.get(), destination, errno));
+            framesCopied += got;
+            if (progress && inInfo.frames > 0)
+                progress(double(framesCopied) / double(inInfo.frames));
+        }
+        Finish(std::move(out), destination);
+        return {outInfo.samplerate, framesCopied, 0};
     }
 
     std::vector<float> input(size_t(kBlockFrames) * size_t(channels));
@@ -197,14 +276,7 @@ TrackEncoder::Result TrackEncoder::Encode(const QString& source, const QString& 
             progress(double(framesRead) / double(inInfo.frames));
     }
 
-    errno = 0;
-    if (const int error = sf_close(out.release())) {
-        const int systemError = errno;
-        throw LibraryError(QStringLiteral("Cannot finish %1: %2")
-                               .arg(destination, error == SF_ERR_SYSTEM || DiskFull(destination)
-                                                     ? WriteFailure(nullptr, destination, systemError)
-                                                     : QString::fromUtf8(sf_error_number(error))));
-    }
+    Finish(std::move(out), destination);
     return {outInfo.samplerate, writer.Frames(), replaced};
 }
 

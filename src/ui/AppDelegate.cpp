@@ -18,6 +18,7 @@
 #include "ui/MainThreadCaller.h"
 #include "ui/ProgressIndicator.h"
 #include "ui/SubViewController.h"
+#include "ui/PreferencesDialog.h"
 #include "ui/TrackNameField.h"
 #include "ui/TranslateView.h"
 
@@ -28,6 +29,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QShortcut>
 #include <QStackedWidget>
 #include <QTextBrowser>
 #include <QTimer>
@@ -179,6 +181,9 @@ AppDelegate::AppDelegate(QObject* parent)
     itsWindow->setContent(_multipleNibTabView);
     addTabViewItem(QStringLiteral("1"), QStringLiteral("1"));
     addTabViewItem(QStringLiteral("2"), QStringLiteral("2"));
+    // The window has no menu bar; Ctrl+, is where desktop programs keep their preferences.
+    auto* preferences = new QShortcut(QKeySequence(QStringLiteral("Ctrl+,")), itsWindow.get());
+    connect(preferences, &QShortcut::activated, this, [this] { showPreferences(nullptr); });
     awakeFromNib();
 }
 
@@ -433,6 +438,12 @@ void AppDelegate::doCloseButton(QObject*)
     // Nothing is stopped first: closing the one window ends the program, which stops it all.
     if (box.clickedButton() == yes)
         itsWindow->close();
+}
+
+void AppDelegate::showPreferences(QObject*)
+{
+    PreferencesDialog dialog(itsWindow.get());
+    dialog.exec();
 }
 
 void AppDelegate::showHelp(QObject*)

@@ -64,6 +64,7 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     // PanelController
     void doCloseButton(QObject* sender) override;
     void showHelp(QObject* sender) override;
+    void showPreferences(QObject* sender) override;
     void doNextButton1(QObject* sender) override;
     void doNextButtonSelectDevice(QObject* sender) override;
     void doBackButtonSelectDevice(QObject* sender) override;

@@ -192,6 +192,7 @@ void CustomView::forward(Handler handler, QObject* sender)
 
 void CustomView::doCloseButton(QObject* sender) { forward(&PanelController::doCloseButton, sender); }
 void CustomView::showHelp(QObject* sender) { forward(&PanelController::showHelp, sender); }
+void CustomView::showPreferences(QObject* sender) { forward(&PanelController::showPreferences, sender); }
 void CustomView::doNextButton1(QObject* sender) { forward(&PanelController::doNextButton1, sender); }
 void CustomView::doNextButtonSelectDevice(QObject* sender)
 {

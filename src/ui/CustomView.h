@@ -78,6 +78,7 @@ public Q_SLOTS:
     // The sender is the clicked button when not given.
     void doCloseButton(QObject* sender = nullptr);
     void showHelp(QObject* sender = nullptr);
+    void showPreferences(QObject* sender = nullptr);
     void doNextButton1(QObject* sender = nullptr);
     void doNextButtonSelectDevice(QObject* sender = nullptr);
     void doBackButtonSelectDevice(QObject* sender = nullptr);

@@ -43,6 +43,10 @@ void ExportBridge::takeNamesFromPanels()
     mTitles = titles;
     mOutcome = ExportOutcome{};
     mOutcome.trackCount = count;
+    // A year half typed is left out rather than written wrong.
+    mAlbumTags = {};
+    mAlbumTags.date = Library::YearText(FieldText(mWizard, Library::YearField(count))).value_or(QString());
+    mAlbumTags.disc = Library::SideNumber(FieldText(mWizard, Library::SideField(count))).value_or(0);
 }
 
 ExportOutcome ExportBridge::outcome()
@@ -83,6 +87,12 @@ QString ExportBridge::title(UInt32 track, UInt32)
 {
     std::lock_guard lock(mMutex);
     return track >= 1 && track <= UInt32(mTitles.size()) ? mTitles.at(qsizetype(track) - 1) : QString();
+}
+
+Library::AlbumTags ExportBridge::albumTags(UInt32)
+{
+    std::lock_guard lock(mMutex);
+    return mAlbumTags;
 }
 
 void ExportBridge::exportStarted(UInt32 trackCount)

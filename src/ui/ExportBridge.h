@@ -50,6 +50,7 @@ class ExportBridge final : public Library::RecordedTracks,
     QString artist(UInt32 trackCount) override;
     QString album(UInt32 trackCount) override;
     QString title(UInt32 track, UInt32 trackCount) override;
+    Library::AlbumTags albumTags(UInt32 trackCount) override;
 
     // ExportView
     void exportStarted(UInt32 trackCount) override;
@@ -68,6 +69,7 @@ class ExportBridge final : public Library::RecordedTracks,
     QString mAlbum;
     QStringList mTitles; // track 1 first
     ExportOutcome mOutcome;
+    Library::AlbumTags mAlbumTags;
 };
 
 } // namespace Tolm::Ui

@@ -12,6 +12,7 @@ public:
 
     virtual void doCloseButton(QObject* sender) = 0;
     virtual void showHelp(QObject* sender) = 0;
+    virtual void showPreferences(QObject* sender) { (void)sender; }
 
     virtual void doNextButton1(QObject* sender) = 0;
     virtual void doNextButtonSelectDevice(QObject* sender) = 0;

@@ -72,8 +72,9 @@ TEST_F(ConvertCommandsTest, ImportFilesHostileNamesIntoANewLibrary)
                                "Music", "--format", "ogg", "one.wav", "two.wav"});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     ASSERT_EQ(result.lines.size(), 2);
-    EXPECT_EQ(ReadTrackTags(result.lines[0]), (TrackTags{QString::fromUtf8(artist), QString::fromUtf8(album),
-                                                         QString::fromUtf8(title), QStringLiteral("1")}));
+    EXPECT_EQ(ReadTrackTags(result.lines[0]),
+              (TrackTags{QString::fromUtf8(artist), QString::fromUtf8(album), QString::fromUtf8(title),
+                         QStringLiteral("1"), QString::fromUtf8(artist), 2}));
     EXPECT_EQ(ReadTrackTags(result.lines[1])->trackNumber, QStringLiteral("2"));
     EXPECT_EQ(DecodeFile(result.lines[1]).sampleRate, 48000);
     for (const QString& file : result.lines)
@@ -141,4 +142,50 @@ TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
     EXPECT_EQ(FilesBelow(path("cut")).size(), 3);
     EXPECT_TRUE(QFileInfo::exists(path("side.wav")));
     EXPECT_TRUE(QDir(temporaryFolder()).isEmpty()) << "the cuts' temporary folder is gone";
+}
+
+TEST_F(ConvertCommandsTest, IntegerSourcesKeepTheirDepthBitForBit)
+{
+    // Long enough to be a track; full scale both ways, which scaling through floats would move.
+    std::vector<short> samples;
+    for (int i = 0; i < 25 * 44100; ++i)
+        samples.insert(samples.end(), 2, short(std::lround(32767.5 * std::sin(i * 0.0627) - 0.5)));
+    samples[0] = 32767;
+    samples[1] = -32768;
+    SF_INFO info{0, 44100, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0, 0};
+    SNDFILE* file = sf_open(QFile::encodeName(path("cd.wav")).constData(), SFM_WRITE, &info);
+    sf_writef_short(file, samples.data(), sf_count_t(samples.size() / 2));
+    sf_close(file);
+    auto readBack = [](const QString& name, int& format) {
+        SF_INFO in{};
+        SNDFILE* sound = sf_open(QFile::encodeName(name).constData(), SFM_READ, &in);
+        std::vector<short> read(size_t(in.frames * in.channels));
+        sf_readf_short(sound, read.data(), in.frames);
+        sf_close(sound);
+        format = in.format;
+        return read;
+    };
+
+    Result result = run({"import", "--artist", "A", "--album", "B", "--side", "A", "--year", "1983",
+                         "--library", "Music", "cd.wav"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    ASSERT_EQ(result.lines.size(), 1);
+    EXPECT_EQ(result.lines[0], path("Music/A/B/1-01 Unknown Track.flac"));
+    int format = 0;
+    EXPECT_EQ(readBack(result.lines[0], format), samples);
+    EXPECT_EQ(format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_16);
+    const auto tags = ReadTrackTags(result.lines[0]);
+    EXPECT_EQ(tags->disc, 1);
+    EXPECT_EQ(tags->date, QStringLiteral("1983"));
+
+    result = run({"split", "cd.wav", "--out", "cut", "--side", "B"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
+    ASSERT_EQ(result.lines.size(), 1);
+    const QString cut = QDir(mFolder.path()).filePath(result.lines[0]);
+    EXPECT_EQ(readBack(cut, format), samples);
+    EXPECT_EQ(format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    EXPECT_EQ(ReadTrackTags(cut)->disc, 2);
+
+    EXPECT_EQ(run({"import", "--side", "AB", "cd.wav"}).exitCode, 2);
+    EXPECT_EQ(run({"import", "--year", "83", "cd.wav"}).exitCode, 2);
 }

@@ -121,7 +121,9 @@ TEST(HostileNames, TagsAreWhatWasTypedAndFileNamesAreSafe)
         SCOPED_TRACE(c.typed.title.toStdString());
         const QString filed = Import(library, c.typed);
         ASSERT_FALSE(filed.isEmpty());
-        EXPECT_EQ(ReadTrackTags(filed), c.tagged.trackNumber.isEmpty() ? c.typed : c.tagged);
+        TrackTags expected = c.tagged.trackNumber.isEmpty() ? c.typed : c.tagged;
+        expected.albumArtist = expected.artist; // no album artist given
+        EXPECT_EQ(ReadTrackTags(filed), expected);
 
         // Artist/Album/NN Title.ext, every part inside the library, visible and not too long.
         const QString relative = QDir(library.folder()).relativeFilePath(filed);

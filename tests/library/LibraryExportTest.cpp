@@ -48,8 +48,10 @@ class FixedNames final : public TrackNaming {
     QString artist(UInt32) override { return QStringLiteral("Artist"); }
     QString album(UInt32) override { return mAlbum; }
     QString title(UInt32 track, UInt32) override { return QStringLiteral("Song %1").arg(track); }
+    AlbumTags albumTags(UInt32) override { return mAlbumTags; }
 
     QString mAlbum = QStringLiteral("Album");
+    AlbumTags mAlbumTags;
 };
 
 // What the export showed. The test reads the lists only after the export's thread has ended.
@@ -181,6 +183,28 @@ TEST_F(LibraryExportTest, ASecondSideOfTheSameAlbumContinuesTheNumbering)
     EXPECT_EQ(exportSide(1), (std::vector<int>{1}));
     EXPECT_EQ(mAlerts.mShown.load(), 0);
     EXPECT_FALSE(mExport.pollingTimerFired()) << "the done flag is taken once";
+}
+
+TEST_F(LibraryExportTest, TracksCarryTheirTotalAndANamedSideIsADiscOfItsOwn)
+{
+    exportSide(2);
+    exportSide(3);
+    auto tags = ReadTrackTags(mView.mFiled.back()).value_or(TrackTags{});
+    EXPECT_EQ(tags.trackNumber, QStringLiteral("5"));
+    EXPECT_EQ(tags.trackTotal, 5) << "the total is the last number known";
+    EXPECT_EQ(tags.albumArtist, QStringLiteral("Artist"));
+    EXPECT_EQ(tags.disc, 0);
+
+    mNames.mAlbumTags = {QStringLiteral("Various"), 0, 2, QStringLiteral("1979")};
+    EXPECT_EQ(exportSide(3), (std::vector<int>{1, 2, 3}));
+    tags = ReadTrackTags(mView.mFiled.back()).value_or(TrackTags{});
+    EXPECT_EQ(tags.trackTotal, 3);
+    EXPECT_EQ(tags.disc, 2);
+    EXPECT_EQ(tags.date, QStringLiteral("1979"));
+    EXPECT_EQ(tags.albumArtist, QStringLiteral("Various"));
+    EXPECT_EQ(tags.artist, QStringLiteral("Artist"));
+    EXPECT_EQ(mView.mFiled.back(), QDir(mLibrary.folder()).filePath(QStringLiteral("Artist/Album/2-03 Song 3.flac")))
+        << "the sides' files sort apart";
 }
 
 TEST_F(LibraryExportTest, WaitsForAMissingLibraryFolderAndLosesNoTrack)

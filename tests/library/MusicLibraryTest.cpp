@@ -13,6 +13,10 @@
 #include <limits>
 #include <sndfile.h>
 #include <sys/stat.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mpegfile.h>
+#include <taglib/xiphcomment.h>
 #include <unistd.h>
 
 using namespace Tolm::Library;
@@ -42,6 +46,34 @@ double Rms(const std::vector<float>& samples)
     return samples.empty() ? 0.0 : std::sqrt(sum / double(samples.size()));
 }
 
+// Players read the total from TRACKTOTAL in Vorbis comments and from TRCK "n/N" in ID3v2.
+void ExpectFieldsPlayersRead(const QString& path, ImportFormat format, const std::string& number)
+{
+    const QByteArray name = QFile::encodeName(path);
+    auto frame = [](TagLib::ID3v2::Tag* tag, const char* id) {
+        return tag != nullptr && !tag->frameListMap()[id].isEmpty()
+                   ? tag->frameListMap()[id].front()->toString().to8Bit(true)
+                   : std::string();
+    };
+    if (format == ImportFormat::Mp3) {
+        TagLib::MPEG::File file(name.constData());
+        auto* tag = file.ID3v2Tag();
+        ASSERT_NE(tag, nullptr);
+        EXPECT_EQ(tag->header()->majorVersion(), 4u);
+        EXPECT_EQ(frame(tag, "TRCK"), number + "/12");
+        EXPECT_EQ(frame(tag, "TPOS"), "2");
+        EXPECT_EQ(frame(tag, "TDRC"), "1979");
+        EXPECT_FALSE(frame(tag, "TPE2").empty());
+        EXPECT_TRUE(tag->frameListMap()["TXXX"].isEmpty()) << "nothing in fields players do not know";
+    } else if (format == ImportFormat::Flac) {
+        TagLib::FLAC::File file(name.constData());
+        auto fields = file.xiphComment()->fieldListMap();
+        EXPECT_EQ(fields["TRACKNUMBER"].toString().to8Bit(true), number);
+        EXPECT_EQ(fields["TRACKTOTAL"].toString().to8Bit(true), "12");
+        EXPECT_EQ(fields["DISCNUMBER"].toString().to8Bit(true), "2");
+    }
+}
+
 class MusicLibraryTest : public ::testing::Test {
   protected:
     QString trackFile(int rate = 48000, long long frames = 24000)
@@ -58,7 +90,7 @@ class MusicLibraryTest : public ::testing::Test {
 };
 
 const TrackTags kSong{QStringLiteral("Artist"), QStringLiteral("Album"), QStringLiteral("Song"),
-                      QStringLiteral("3")};
+                      QStringLiteral("3"), QStringLiteral("Artist")};
 
 } // namespace
 
@@ -165,17 +197,25 @@ TEST_F(MusicLibraryTest, EveryFormatKeepsTheTagsAndTheAudioWithDamagedSamplesSil
             }
             const TrackTags tags{emoji + QStringLiteral(" \"q\""), QStringLiteral("back\\slash\nnew line"),
                                  ImportFormatName(format) + emoji, QString::number(rate / 1000)};
+            // Typed with blanks around; the album's fields come from the export.
+            TrackTags typed = tags;
+            typed.artist = QStringLiteral("  ") + tags.artist + QStringLiteral("\t");
+            typed.title = QStringLiteral(" ") + tags.title + QStringLiteral(" ");
             auto added = mMusic.add(source);
-            mMusic.setTags(added, tags);
+            mMusic.setTags(added, typed);
+            const AlbumTags album{QString(), 12, 2, QStringLiteral("1979")};
             ReplacedSamples replaced;
-            MusicLibrary::TrackPtr filed;
-            {
-                ConversionObserverScope scope(replaced);
-                filed = mMusic.convert(added, format);
-            }
+            const auto filed = [&] {
+                AlbumTagsScope albumScope(album);
+                ConversionObserverScope observerScope(replaced);
+                return mMusic.convert(added, format);
+            }();
             EXPECT_EQ(replaced.replaced, 4);
             EXPECT_EQ(QFileInfo(filed->location).suffix(), ImportFormatSuffix(format));
-            EXPECT_EQ(ReadTrackTags(filed->location), tags);
+            TrackTags expected = WithAlbumTags(tags, album);
+            expected.albumArtist = tags.artist;
+            EXPECT_EQ(ReadTrackTags(filed->location), expected);
+            ExpectFieldsPlayersRead(filed->location, format, tags.trackNumber.toStdString());
 
             const auto decoded = DecodeFile(filed->location);
             const int stored = StoredSampleRate(format, rate);

@@ -106,6 +106,37 @@ SpawnResult Run(const std::vector<std::string>& args, const std::vector<std::str
     return result;
 }
 
+// Starts a long-running program with its output in `logPath`; its pid, or 0.
+int Spawn(const std::vector<std::string>& args, const std::vector<std::string>& extraEnvironment,
+          const std::string& logPath)
+{
+    std::vector<std::string> environment;
+    for (char** e = environ; *e; ++e)
+        environment.emplace_back(*e);
+    for (const std::string& extra : extraEnvironment) {
+        const std::string key = extra.substr(0, extra.find('=') + 1);
+        std::erase_if(environment, [&](const std::string& e) { return e.starts_with(key); });
+        environment.push_back(extra);
+    }
+    std::vector<char*> argv, envp;
+    for (const std::string& a : args)
+        argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    for (const std::string& e : environment)
+        envp.push_back(const_cast<char*>(e.c_str()));
+    envp.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    posix_spawn_file_actions_addclosefrom_np(&actions, 3);
+    pid_t pid = 0;
+    const int error = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    return error == 0 ? pid : 0;
+}
+
 // True while `pid` is a live process (a zombie counts as gone: nobody may reap the daemon,
 // which is not our child).
 bool ProcessAlive(int pid)
@@ -128,7 +159,8 @@ PulseDaemon::~PulseDaemon()
 
 bool PulseDaemon::Fail(std::string reason)
 {
-    mSkipReason = "PulseAudio test daemon unavailable: " + std::move(reason);
+    mSkipReason = std::string(mPipeWire ? "PipeWire" : "PulseAudio") + " test daemon unavailable: " +
+                  std::move(reason);
     Stop();
     return false;
 }
@@ -136,6 +168,8 @@ bool PulseDaemon::Fail(std::string reason)
 std::string PulseDaemon::LogTail() const
 {
     std::string log = Trim(ReadFile(mRuntimeDir + "/pulse.log"));
+    if (mPipeWire)
+        log = Trim(ReadFile(mRuntimeDir + "/pipewire.log"));
     if (log.size() > 600)
         log = "..." + log.substr(log.size() - 600);
     return log.empty() ? std::string() : " (daemon log: " + log + ")";
@@ -146,6 +180,8 @@ bool PulseDaemon::Start()
     if (Running())
         return true;
     mSkipReason.clear();
+    const char* server = std::getenv("TOLM_TEST_SOUND_SERVER");
+    mPipeWire = server != nullptr && std::string(server) == "pipewire";
 
     std::string pattern = (std::filesystem::temp_directory_path() / "tolm-pulse-XXXXXX").string();
     if (!mkdtemp(pattern.data()))
@@ -176,8 +212,76 @@ bool PulseDaemon::Start()
     return true;
 }
 
+bool PulseDaemon::LaunchPipeWire(std::string& error)
+{
+    const std::string log = mRuntimeDir + "/pipewire.log";
+    std::vector<std::string> environment = {
+        "XDG_RUNTIME_DIR=" + mRuntimeDir,
+        "XDG_CONFIG_HOME=" + mRuntimeDir + "/config",
+        "XDG_STATE_HOME=" + mRuntimeDir + "/state",
+        "PIPEWIRE_RUNTIME_DIR=" + mRuntimeDir,
+        "PULSE_RUNTIME_PATH=" + mRuntimeDir + "/pulse",
+    };
+    // The session manager leaves the machine's sound cards, Bluetooth and cameras alone (a
+    // desktop's own PipeWire may be using them): the tests' devices are the modules they load.
+    const std::string wireplumber = mRuntimeDir + "/config/wireplumber";
+    std::filesystem::create_directories(wireplumber + "/main.lua.d");
+    std::filesystem::create_directories(wireplumber + "/bluetooth.lua.d");
+    std::ofstream(wireplumber + "/main.lua.d/90-tolm-tests.lua")
+        << "alsa_monitor.enabled = false\nv4l2_monitor.enabled = false\nlibcamera_monitor.enabled = false\n";
+    std::ofstream(wireplumber + "/bluetooth.lua.d/90-tolm-tests.lua") << "bluez_monitor.enabled = false\n";
+    // WirePlumber ends at once without a session bus; a private one keeps the real session's
+    // services (and the desktop's own PipeWire) out.
+    const std::string bus = "unix:path=" + mRuntimeDir + "/bus";
+    const int dbus = Spawn({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + bus},
+                           environment, log);
+    if (dbus == 0) {
+        error = "cannot start dbus-daemon";
+        return false;
+    }
+    mChildren.push_back(dbus);
+    environment.push_back("DBUS_SESSION_BUS_ADDRESS=" + bus);
+    for (const char* program : {"pipewire", "wireplumber", "pipewire-pulse"}) {
+        // Each needs the one before it to be listening.
+        if (std::string(program) != "pipewire")
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        const int pid = Spawn({program}, environment, log);
+        if (pid == 0) {
+            error = std::string("cannot start ") + program + " (is it installed?)";
+            return false;
+        }
+        mChildren.push_back(pid);
+    }
+    // pipewire-pulse opens its socket a moment after it starts.
+    const auto deadline = Clock::now() + std::chrono::seconds(20);
+    while (access((mRuntimeDir + "/pulse/native").c_str(), F_OK) != 0) {
+        for (int pid : mChildren) {
+            int status = 0;
+            if (waitpid(pid, &status, WNOHANG) == pid) {
+                error = "a PipeWire process ended at start" + LogTail();
+                return false;
+            }
+        }
+        if (Clock::now() > deadline) {
+            error = "pipewire-pulse opened no socket" + LogTail();
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    mPid = mChildren.back();
+    // PipeWire names a null sink after its node; PulseAudio's is "Null Output".
+    if (!Pactl({"load-module", "module-null-sink", std::string("sink_name=") + kSinkName,
+                "sink_properties='device.description=\"Null Output\"'"})) {
+        error = "cannot load a null sink" + LogTail();
+        return false;
+    }
+    return true;
+}
+
 bool PulseDaemon::LaunchDaemon(std::string& error)
 {
+    if (mPipeWire)
+        return LaunchPipeWire(error);
     // Its own configuration folder too: no user daemon.conf, cookie or saved state leaks in,
     // and nothing is written into the real home folder.
     const std::vector<std::string> daemonEnvironment = {
@@ -213,6 +317,23 @@ bool PulseDaemon::LaunchDaemon(std::string& error)
 
 void PulseDaemon::KillDaemon()
 {
+    // PipeWire's processes are ours to reap, the session manager and the pulse server first.
+    for (auto pid = mChildren.rbegin(); pid != mChildren.rend(); ++pid) {
+        kill(*pid, SIGTERM);
+        const auto deadline = Clock::now() + std::chrono::seconds(5);
+        int status = 0;
+        while (waitpid(*pid, &status, WNOHANG) == 0 && Clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (kill(*pid, 0) == 0) {
+            kill(*pid, SIGKILL);
+            waitpid(*pid, &status, 0);
+        }
+    }
+    if (!mChildren.empty()) {
+        mChildren.clear();
+        mPid = 0;
+        mPipeLoaded = false;
+    }
     if (mPid <= 0)
         return;
     kill(mPid, SIGTERM);

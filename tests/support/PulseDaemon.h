@@ -10,6 +10,10 @@
 //
 // Start() points this process at the daemon (PULSE_SERVER, XDG_RUNTIME_DIR), so a
 // PulseAudioHardware created afterwards talks to it. The destructor stops it.
+//
+// With TOLM_TEST_SOUND_SERVER=pipewire in the environment the server is PipeWire's instead,
+// as on a Debian desktop: a private D-Bus session bus, pipewire, wireplumber and
+// pipewire-pulse, the same modules loaded through it.
 
 #include <atomic>
 #include <chrono>
@@ -81,6 +85,7 @@ class PulseDaemon {
   private:
     bool Fail(std::string reason);
     bool LaunchDaemon(std::string& error);
+    bool LaunchPipeWire(std::string& error);
     void KillDaemon();
     void FeedLoop(Generator generator, std::uint64_t frames, Pace pace, const Speed& speed);
     std::string LogTail() const;
@@ -89,6 +94,8 @@ class PulseDaemon {
     std::string mRuntimeDir;
     std::string mSkipReason;
     int mPid = 0;
+    bool mPipeWire = false;
+    std::vector<int> mChildren; // PipeWire's processes, started last first
     bool mPipeLoaded = false;
     std::vector<std::pair<std::string, std::optional<std::string>>> mSavedEnvironment;
 

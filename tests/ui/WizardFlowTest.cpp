@@ -6,6 +6,7 @@
 #include <QDesktopServices>
 #include <QLabel>
 #include <QStandardPaths>
+#include <QTimer>
 #include <QUrl>
 
 using namespace WizardTest;
@@ -274,7 +275,7 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.recordAndStop(2));
         QVERIFY(QTest::qWaitForWindowActive(wizard->window()));
         QCOMPARE(QApplication::focusWidget(), wizard.field(7, 51));
-        for (int tag : {52, 61, 62}) {
+        for (int tag : {52, 53, 54, 61, 62}) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
             QCOMPARE(QApplication::focusWidget(), wizard.field(7, tag));
         }
@@ -312,6 +313,17 @@ class WizardFlowTest : public QObject {
         QCOMPARE(help.opened.size(), 1);
         QVERIFY(QFile::exists(help.opened.first().toLocalFile()));
         QVERIFY(help.opened.first().fileName().startsWith(QLatin1String("index.")));
+
+        // The preferences open from the first panel, as a window of their own.
+        QString opened;
+        QTimer::singleShot(0, [&opened] {
+            if (QWidget* dialog = QApplication::activeModalWidget()) {
+                opened = dialog->objectName();
+                dialog->close();
+            }
+        });
+        QVERIFY(wizard.press("preferencesButton"));
+        QCOMPARE(opened, QStringLiteral("preferences"));
 
         QVERIFY(wizard.press("nextButton"));
         wizard.boxes.answer = Tolm::Localized("IDS_NO");

@@ -4,6 +4,7 @@
 
 #include "WizardTestSupport.h"
 #include "library/LibrarySettings.h"
+#include "library/TrackTags.h"
 #include "ui/TrackNameField.h"
 
 #include <QDesktopServices>
@@ -167,6 +168,8 @@ class WizardSessionTest : public QObject {
                                  QStringLiteral("Blue Hour")};
         QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
         QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Songs from the Attic"));
+        QTest::keyClicks(wizard.field(7, 53), QStringLiteral("1983"));
+        QTest::keyClicks(wizard.field(7, 54), QStringLiteral("b"));
         for (int i = 0; i < titles.size(); ++i)
             QTest::keyClicks(wizard.field(7, 61 + i), titles[i]);
 
@@ -186,6 +189,13 @@ class WizardSessionTest : public QObject {
             QCOMPARE(tags.title, titles[i]);
             QCOMPARE(tags.track, unsigned(i + 1));
         }
+        // Side B is the second disc to players; the year goes with every track.
+        QVERIFY(files[0].endsWith(QStringLiteral("/2-01 Morning Train.flac")));
+        const auto last = Tolm::Library::ReadTrackTags(QDir(library.folder).filePath(files[2]));
+        QCOMPARE(last->disc, 2);
+        QCOMPARE(last->trackTotal, 3);
+        QCOMPARE(last->date, QStringLiteral("1983"));
+        QCOMPARE(last->albumArtist, QStringLiteral("Nina Berg"));
         // Each recording was let go once it was in the library.
         for (UInt32 track = 1; track <= 3; ++track)
             QVERIFY(!QFile::exists(Audio::fileNameForTrack(track)));

@@ -101,6 +101,8 @@ void ShowTypicalState(unsigned panel, CustomView& view)
     case 7: {
         SetText(view, 51, QStringLiteral("Nina Berg"));
         SetText(view, 52, QStringLiteral("Songs from the Attic"));
+        SetText(view, 53, QStringLiteral("1983"));
+        SetText(view, 54, QStringLiteral("A"));
         const std::array<const char*, 4> names{"Morning Train", "Paper Boats", "Old Harbour", "Blue Hour"};
         for (int i = 0; i < int(names.size()); ++i)
             SetText(view, 61 + i, QString::fromUtf8(names[i]));

@@ -95,7 +95,7 @@ std::vector<CommandOption> Options()
 }
 
 const Registration reg{{"import", "add sound files to the music library, named, numbered and tagged",
-                        "import --artist A --album B [--title T]... [--format flac|mp3|ogg|opus|wav] "
+                        "import --artist A --album B [--title T]... [--album-artist A] [--year YYYY] [--side A|B] [--format flac|mp3|ogg|opus|wav] [--quality 0-10] "
                         "[--library DIR] [--normalize] FILE...",
                         &RunImport, Options()}};
 

@@ -2,6 +2,7 @@
 
 #include "library/ImportFormat.h"
 #include "library/LibrarySettings.h"
+#include "library/TrackTags.h"
 
 #include <QDir>
 #include <string_view>
@@ -46,6 +47,13 @@ std::vector<CommandOption> ImportOptionRows(bool importFlag)
          "the folder chosen in the wizard, else your music folder (XDG_MUSIC_DIR)", "<dir>", &CurrentFolder},
         {"format", "F", "The format the library's files are converted to: flac, mp3, ogg, opus or wav.",
          "the format chosen in the wizard, else flac", "flac mp3 ogg opus wav", &CurrentFormat},
+        {"quality", "Q", "For mp3, ogg and opus: 0 (smallest files) to 10 (best sound).",
+         "the quality chosen in the wizard, else 8 for mp3 and 6 for ogg and opus", "0 1 2 3 4 5 6 7 8 9 10"},
+        {"album-artist", "A", "The album artist tag, for compilations and guest artists.", "the artist"},
+        {"year", "YYYY", "The year the album came out, written as the date tag.", "none"},
+        {"side", "S", "Which side of the record this is (A, B, ...): written as the disc number; its "
+         "tracks count from 1 and their files are named S-NN Title.", "none: tracks are numbered on "
+         "across sides"},
     };
     if (!importFlag)
         std::erase_if(rows, [](const CommandOption& row) { return std::string_view(row.name) == "import"; });
@@ -62,6 +70,34 @@ std::optional<Library::ConsoleImport> TakeImportOptions(ArgumentParser& parser)
         import.names.album = Text(*album);
     for (const auto& title : parser.Values("title"))
         import.names.titles << Text(title);
+    if (const auto albumArtist = parser.Value("album-artist"))
+        import.names.albumTags.albumArtist = Text(*albumArtist);
+    if (const auto year = parser.Value("year")) {
+        const auto text = Library::YearText(Text(*year));
+        if (!text) {
+            parser.Error("--year needs a year of four digits, not \"" + *year + "\"");
+            return std::nullopt;
+        }
+        import.names.albumTags.date = *text;
+    }
+    if (const auto side = parser.Value("side")) {
+        const auto number = Library::SideNumber(Text(*side));
+        if (!number) {
+            parser.Error("--side needs a side letter (A, B, ...), not \"" + *side + "\"");
+            return std::nullopt;
+        }
+        import.names.albumTags.disc = *number;
+    }
+    if (const auto quality = parser.Value("quality")) {
+        bool ok = false;
+        const int value = Text(*quality).trimmed().toInt(&ok);
+        if (!ok || value < 0 || value > 10) {
+            parser.Error("--quality needs a number from 0 (smallest files) to 10 (best sound), not \"" +
+                         *quality + "\"");
+            return std::nullopt;
+        }
+        import.quality = value;
+    }
     if (const auto library = parser.Value("library")) {
         if (library->empty()) {
             parser.Error("--library needs a folder");

@@ -238,7 +238,8 @@ std::vector<CommandOption> Options()
 const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
                         "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
-                        "[--library DIR] [--format F]]",
+                        "[--album-artist A] [--year YYYY] [--side A|B] "
+                        "[--library DIR] [--format F] [--quality 0-10]]",
                         &RunRecord, Options()}};
 
 } // namespace

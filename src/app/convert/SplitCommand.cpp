@@ -51,9 +51,11 @@ int WriteTrackFiles(Library::StagedTracks& tracks, const Library::ConsoleImport&
         try {
             const QString path = Library::ReserveUniqueFile(folder, stem, QStringLiteral("wav"));
             MoveInto(tracks.fileNameForTrack(i), path);
-            Library::WriteTrackTags(path, Library::ImportFormat::Wav,
-                                    {names.names.artist, names.names.album,
-                                     title.isEmpty() ? Library::UnknownTrackName(number) : title, number});
+            const Library::TrackTags tags{names.names.artist, names.names.album,
+                                          title.isEmpty() ? Library::UnknownTrackName(number) : title, number};
+            auto album = names.names.albumTags;
+            album.trackTotal = int(tracks.numRecordedTracks());
+            Library::WriteTrackTags(path, Library::ImportFormat::Wav, Library::WithAlbumTags(tags, album));
             std::printf("%s\n", qPrintable(path));
         } catch (const Library::LibraryError& error) {
             std::fprintf(stderr, "tolm-convert split: %s\n", qPrintable(error.message()));
@@ -174,8 +176,9 @@ std::vector<CommandOption> Options()
 
 const Registration reg{
     {"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
-     "split FILE [--artist A] [--album B] [--title T]... [--eq none|riaa|riaa-bass|chrome] "
-     "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav]]",
+     "split FILE [--artist A] [--album B] [--title T]... [--album-artist A] [--year YYYY] [--side A|B] "
+     "[--eq none|riaa|riaa-bass|chrome] "
+     "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav] [--quality 0-10]]",
      &RunSplit, Options()}};
 
 } // namespace
