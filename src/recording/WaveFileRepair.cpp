@@ -1,6 +1,7 @@
 #include "recording/WaveFileRepair.h"
 
 #include <cerrno>
+#include <algorithm>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
@@ -10,6 +11,8 @@
 namespace {
 
 constexpr std::uint32_t kUnknownSize32 = 0xFFFFFFFFu;
+// The three 64-bit sizes of a ds64 chunk; the table that may follow is never used here.
+constexpr std::uint32_t kDs64Sizes = 24;
 
 std::uint32_t Le32(const unsigned char* p)
 {
@@ -103,14 +106,14 @@ std::optional<Layout> ReadLayout(int fd)
             layout.sampleRate = Le32(fmt + 4);
             layout.blockAlign = fmt[12] | fmt[13] << 8;
             haveFormat = true;
-        } else if (std::memcmp(chunk, "ds64", 4) == 0 && size >= 28) {
+        } else if (std::memcmp(chunk, "ds64", 4) == 0 && size >= kDs64Sizes) {
             unsigned char ds64[16];
             if (!ReadAt(fd, payload, ds64, sizeof ds64))
                 return std::nullopt;
             ds64Data = Le64(ds64 + 8);
             layout.ds64Offset = payload;
             layout.ds64Size = size;
-        } else if (std::memcmp(chunk, "JUNK", 4) == 0 && size >= 28 && layout.ds64Offset < 0) {
+        } else if (std::memcmp(chunk, "JUNK", 4) == 0 && size >= kDs64Sizes && layout.ds64Offset < 0) {
             layout.ds64Offset = payload;
             layout.ds64Size = size;
             layout.junkPlaceholder = true;
@@ -201,11 +204,12 @@ bool WaveFileRepair::Repair(const std::string& path, std::string& error)
     if (layout->rf64 || !fits32) {
         if (layout->ds64Offset < 0)
             return fail("too long for a WAV file without room for a 64-bit header");
-        unsigned char ds64[28] = {};
+        unsigned char ds64[kDs64Sizes + 4] = {};
         PutLe64(ds64, end - 8);
         PutLe64(ds64 + 8, data);
         PutLe64(ds64 + 16, frames);
-        if (!WriteAt(fd, layout->ds64Offset, ds64, sizeof ds64))
+        const std::size_t size = std::min<std::size_t>(layout->ds64Size, sizeof ds64);
+        if (!WriteAt(fd, layout->ds64Offset, ds64, size))
             return fail(std::strerror(errno));
         if (layout->junkPlaceholder && !WriteAt(fd, layout->ds64Offset - 8, "ds64", 4))
             return fail(std::strerror(errno));
