@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
+#include <vector>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@ namespace {
 constexpr std::uint32_t kUnknownSize32 = 0xFFFFFFFFu;
 // The three 64-bit sizes of a ds64 chunk; the table that may follow is never used here.
 constexpr std::uint32_t kDs64Sizes = 24;
+constexpr std::uint32_t kDs64Payload = 28; // the three sizes and an empty table
 
 std::uint32_t Le32(const unsigned char* p)
 {
@@ -66,6 +68,8 @@ struct Layout {
     std::uint32_t ds64Size = 0;
     bool junkPlaceholder = false;   // ds64Offset points at JUNK in a plain WAV
     std::int64_t factOffset = -1;   // payload of the fact chunk
+    std::int64_t fmtHeader = -1;    // the fmt chunk's id
+    std::uint32_t fmtSize = 0;
     std::int64_t dataHeader = -1;   // the data chunk's id
     std::uint64_t statedDataSize = 0;
 };
@@ -105,6 +109,8 @@ std::optional<Layout> ReadLayout(int fd)
             layout.channels = fmt[2] | fmt[3] << 8;
             layout.sampleRate = Le32(fmt + 4);
             layout.blockAlign = fmt[12] | fmt[13] << 8;
+            layout.fmtHeader = at;
+            layout.fmtSize = size + (size & 1);
             haveFormat = true;
         } else if (std::memcmp(chunk, "ds64", 4) == 0 && size >= kDs64Sizes) {
             unsigned char ds64[16];
@@ -202,17 +208,35 @@ bool WaveFileRepair::Repair(const std::string& path, std::string& error)
     unsigned char field[8];
 
     if (layout->rf64 || !fits32) {
-        if (layout->ds64Offset < 0)
-            return fail("too long for a WAV file without room for a 64-bit header");
-        unsigned char ds64[kDs64Sizes + 4] = {};
+        unsigned char ds64[kDs64Payload] = {};
         PutLe64(ds64, end - 8);
         PutLe64(ds64 + 8, data);
         PutLe64(ds64 + 16, frames);
-        const std::size_t size = std::min<std::size_t>(layout->ds64Size, sizeof ds64);
-        if (!WriteAt(fd, layout->ds64Offset, ds64, size))
-            return fail(std::strerror(errno));
-        if (layout->junkPlaceholder && !WriteAt(fd, layout->ds64Offset - 8, "ds64", 4))
-            return fail(std::strerror(errno));
+        if (layout->rf64) {
+            if (layout->ds64Offset < 0)
+                return fail("an RF64 file without its 64-bit sizes");
+            if (!WriteAt(fd, layout->ds64Offset, ds64, std::min<std::size_t>(layout->ds64Size, sizeof ds64)))
+                return fail(std::strerror(errno));
+        } else {
+            // The header is laid out again in the room it has: ds64, the format, and what is
+            // left as padding, so the data stays where it is.
+            const std::int64_t room = layout->dataHeader - 12;
+            const std::int64_t needed = 8 + kDs64Payload + 8 + layout->fmtSize;
+            if (!layout->junkPlaceholder || room < needed || (room > needed && room - needed < 8))
+                return fail("too long for a WAV file without room for a 64-bit header");
+            std::vector<unsigned char> header(std::size_t(room), 0);
+            std::memcpy(header.data(), "ds64", 4);
+            PutLe32(header.data() + 4, kDs64Payload);
+            std::memcpy(header.data() + 8, ds64, sizeof ds64);
+            if (!ReadAt(fd, layout->fmtHeader, header.data() + 8 + kDs64Payload, 8 + layout->fmtSize))
+                return fail(std::strerror(errno));
+            if (room > needed) {
+                std::memcpy(header.data() + needed, "JUNK", 4);
+                PutLe32(header.data() + needed + 4, std::uint32_t(room - needed - 8));
+            }
+            if (!WriteAt(fd, 12, header.data(), header.size()))
+                return fail(std::strerror(errno));
+        }
         if (!WriteAt(fd, 0, "RF64", 4))
             return fail(std::strerror(errno));
         PutLe32(field, kUnknownSize32);
@@ -225,11 +249,11 @@ bool WaveFileRepair::Repair(const std::string& path, std::string& error)
         PutLe32(field, std::uint32_t(data));
         if (!WriteAt(fd, layout->dataHeader + 4, field, 4))
             return fail(std::strerror(errno));
-    }
-    if (layout->factOffset >= 0) {
-        PutLe32(field, frames > kUnknownSize32 ? kUnknownSize32 : std::uint32_t(frames));
-        if (!WriteAt(fd, layout->factOffset, field, 4))
-            return fail(std::strerror(errno));
+        if (layout->factOffset >= 0) {
+            PutLe32(field, std::uint32_t(frames));
+            if (!WriteAt(fd, layout->factOffset, field, 4))
+                return fail(std::strerror(errno));
+        }
     }
     // A frame cut in half by the kill is no sound anyone wants.
     if (std::int64_t(end) < layout->fileSize && ftruncate(fd, off_t(end)) != 0)
