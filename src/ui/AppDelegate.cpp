@@ -501,6 +501,7 @@ void AppDelegate::doNextButton1(QObject*)
         alert(Localized("IDS_WARNING"), Localized("IDS_TOOMANYDEVICES"));
         return;
     }
+    mDeviceChosen = true;
     if (audio->mightBeTurntableOrTape()) {
         std::fputs("doNextButton1: EQ required (must select)\n", stderr);
         setPanel(11);
@@ -584,8 +585,8 @@ void AppDelegate::doBackButton6(QObject*)
 
 void AppDelegate::doNextButton6(QObject*)
 {
-    // After a recovery at start no device has been chosen yet.
-    if (!audio->playThru()) {
+    // After a recovery at start the device and its equaliser have not been chosen yet.
+    if (!mDeviceChosen) {
         meteringOff();
         setPanel(1);
         return;

@@ -146,6 +146,7 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     std::unique_ptr<Capture::SideSession> mSession; // after the controller it drives
     // The naming panels hold names for the takes of an earlier recording until this is set.
     bool mNewTracksToName = false;
+    bool mDeviceChosen = false; // Next on the connect panel found the device
     std::unique_ptr<CustomWindow> itsWindow;
     QStackedWidget* _multipleNibTabView = nullptr; // owned by the window
     // Panel views live for the program's life; declared after the window, so they go first.

@@ -3,6 +3,7 @@
 // exported into a music library, and the question whether to record another.
 
 #include "WizardTestSupport.h"
+#include "capture/TakeFolder.h"
 #include "library/LibrarySettings.h"
 #include "ui/TrackNameField.h"
 
@@ -13,6 +14,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <cmath>
+#include <fstream>
+#include <sndfile.h>
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
 
@@ -88,6 +91,38 @@ struct TemporaryLibrary {
     QTemporaryDir root;
     QString folder;
 };
+
+// What a run killed after recording leaves: a session folder with takes of these lengths,
+// the last one written past its header's last update.
+QString LeaveARecordingBehind(const std::vector<int>& frames)
+{
+    auto folder = Tolm::Capture::TakeFolder::Create();
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const QString path = folder->takePath(UInt32(i + 1));
+        SF_INFO info{};
+        info.samplerate = int(kRate);
+        info.channels = 2;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
+        const int counted = i + 1 == frames.size() ? frames[i] / 2 : frames[i];
+        std::vector<float> samples(size_t(frames[i]) * 2, 0.25f);
+        sf_writef_float(sf, samples.data(), counted);
+        sf_close(sf);
+        std::ofstream(QFile::encodeName(path).toStdString(), std::ios::binary | std::ios::app)
+            .write(reinterpret_cast<const char*>(samples.data()), std::streamsize((frames[i] - counted) * 8));
+    }
+    folder->setTrackCount(UInt32(frames.size()));
+    return folder->name();
+}
+
+sf_count_t Frames(const QString& path)
+{
+    SF_INFO info{};
+    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
+    if (sf)
+        sf_close(sf);
+    return sf ? info.frames : -1;
+}
 
 } // namespace
 
@@ -231,6 +266,50 @@ class WizardSessionTest : public QObject {
             QCOMPARE(ReadTags(QDir(library.folder).filePath(files[0])).title, QStringLiteral("Encore"));
             QVERIFY(!QFile::exists(wizard.audio().fileNameForTrack(1)));
         }
+    }
+
+    // A recording a crash left behind is offered at start: Discard deletes it, Recover goes on
+    // to naming its tracks, whose every frame reaches the library.
+    void aRecordingLeftByACrashIsOfferedBack()
+    {
+        TemporaryLibrary library("Music");
+        QVERIFY(QDir().mkpath(library.folder));
+        Wizard wizard({kPlainTurntable});
+        const QString takes = Tolm::Capture::TakeFolder::Root();
+
+        LeaveARecordingBehind({44100});
+        wizard.boxes.answer = Tolm::Localized("Discard");
+        wizard->offerRecovery();
+        QVERIFY(QDir(takes).isEmpty());
+        QCOMPARE(wizard->selectedPanel(), 1u);
+
+        LeaveARecordingBehind({3 * 44100, 2 * 44100});
+        const auto left = Tolm::Capture::TakeFolder::Abandoned();
+        QCOMPARE(left.size(), 1);
+        wizard.boxes.answer = Tolm::Localized("Recover");
+        wizard->offerRecovery();
+        QCOMPARE(wizard.boxes.seen.size(), 2);
+        QCOMPARE(wizard.boxes.seen.last().text,
+                 Tolm::Localized("A recording of %1 tracks, %2, from %3 was not finished.")
+                     .arg(2)
+                     .arg(QStringLiteral("00:05"), QLocale().toString(left[0].started, QStringLiteral("d MMM HH:mm"))));
+        QCOMPARE(wizard->selectedPanel(), 7u);
+        QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xx........"));
+        QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
+        QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Attic"));
+        QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Paper Boats"));
+        QTest::keyClicks(wizard.field(7, 62), QStringLiteral("Encore"));
+        QVERIFY(wizard.press("nextButton"));
+        QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
+
+        const QStringList files = LibraryFiles(library.folder);
+        QCOMPARE(files.size(), 2);
+        QCOMPARE(ReadTags(QDir(library.folder).filePath(files[1])).title, QStringLiteral("Encore"));
+        QCOMPARE(Frames(QDir(library.folder).filePath(files[1])), sf_count_t(2 * 44100));
+        QVERIFY(QDir(takes).isEmpty());
+        // No device was chosen yet: another record starts at the connect panel.
+        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 1u);
     }
 };
 
