@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QStandardPaths>
 #include <QUrl>
+#include <sys/mount.h>
 
 using namespace WizardTest;
 
@@ -202,6 +203,34 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.press("closeButton"));
         QVERIFY(wizard.boxes.seen.isEmpty());
         QVERIFY(!wizard->window()->isVisible());
+    }
+
+    // Little room warns before Record; a full disk stops the recording, says how many tracks
+    // are kept and goes on to naming them.
+    void aFullDiskStopsTheRecordingAndNamesWhatWasKept()
+    {
+        Wizard wizard({kPlainTurntable});
+        const QByteArray where = QFile::encodeName(wizard.state.path());
+        if (mount("tmpfs", where.constData(), "tmpfs", 0, "size=1m") != 0)
+            QSKIP("a small disk needs a tmpfs mount, which this user may not make");
+        const std::shared_ptr<void> unmount(nullptr, [&](void*) { umount2(where.constData(), MNT_DETACH); });
+        QVERIFY(wizard.startRecording());
+        QVERIFY(wizard.boxes.saw(Tolm::Localized("IDS_WARNING"),
+                                 Tolm::Localized("Only about %1 minutes of recording fit on the disk that keeps the "
+                                                 "recordings. Free some space first, or the recording may stop "
+                                                 "before the side ends.")
+                                     .arg(0)));
+        wizard.rig.hardware->Pump(wizard.inputs.front(), 44100);
+        QVERIFY(wizard.press("splitTracksButton"));
+        QVERIFY(WaitFor([&] {
+            wizard.rig.hardware->Pump(wizard.inputs.front(), 4096);
+            return wizard->selectedPanel() == 7;
+        }));
+        QVERIFY(wizard.boxes.saw(
+            Tolm::Localized("IDS_WARNING"),
+            Tolm::Localized("The disk is full. Recording stopped; the %1 tracks recorded so far are kept.").arg(2)));
+        QVERIFY(!wizard.audio().recording());
+        QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xx........"));
     }
 
     void newTrackWarnsBeforeTheLastTrackAndStopsAtTheLimit()
