@@ -271,5 +271,25 @@
         <source>The recording could not be recovered.</source>
         <translation>Die Aufnahme konnte nicht wiederhergestellt werden.</translation>
     </message>
+    <message>
+        <source>The disk is full. Recording stopped; the track recorded so far is kept.</source>
+        <translation>Die Festplatte ist voll. Die Aufnahme wurde angehalten; der bisher aufgenommene Titel bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written (%2). Recording stopped; the track recorded so far is kept.</source>
+        <translation>Die Aufnahme konnte nicht geschrieben werden (%2). Die Aufnahme wurde angehalten; der bisher aufgenommene Titel bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>Discard the recording of 1 track?</source>
+        <translation>Die Aufnahme mit 1 Titel verwerfen?</translation>
+    </message>
+    <message>
+        <source>A recording of 1 track, %2, from %3 was not finished.</source>
+        <translation>Eine Aufnahme mit 1 Titel, %2, vom %3 wurde nicht abgeschlossen.</translation>
+    </message>
+    <message>
+        <source>Recover names and adds its tracks; Discard deletes it.</source>
+        <translation>„Wiederherstellen“ benennt die Titel und fügt sie hinzu; „Verwerfen“ löscht die Aufnahme.</translation>
+    </message>
 </context>
 </TS>

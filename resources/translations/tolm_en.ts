@@ -271,5 +271,25 @@
         <source>The recording could not be recovered.</source>
         <translation>The recording could not be recovered.</translation>
     </message>
+    <message>
+        <source>The disk is full. Recording stopped; the track recorded so far is kept.</source>
+        <translation>The disk is full. Recording stopped; the track recorded so far is kept.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written (%2). Recording stopped; the track recorded so far is kept.</source>
+        <translation>The recording could not be written (%2). Recording stopped; the track recorded so far is kept.</translation>
+    </message>
+    <message>
+        <source>Discard the recording of 1 track?</source>
+        <translation>Discard the recording of 1 track?</translation>
+    </message>
+    <message>
+        <source>A recording of 1 track, %2, from %3 was not finished.</source>
+        <translation>A recording of 1 track, %2, from %3 was not finished.</translation>
+    </message>
+    <message>
+        <source>Recover names and adds its tracks; Discard deletes it.</source>
+        <translation>Recover names and adds its tracks; Discard deletes it.</translation>
+    </message>
 </context>
 </TS>

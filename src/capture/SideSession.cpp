@@ -300,11 +300,14 @@ void SideSession::failed(OSStatus status)
     noteCount();
     const QString message =
         status == kCAAudioFileDiskFullError
-            ? Localized("The disk is full. Recording stopped; the %1 tracks recorded so far are kept.").arg(kept)
-            : Localized("The recording could not be written (%2). Recording stopped; the %1 tracks recorded so far "
-                        "are kept.")
-                  .arg(kept)
-                  .arg(ReasonText(status));
+            ? LocalizedCount("The disk is full. Recording stopped; the track recorded so far is kept.",
+                             "The disk is full. Recording stopped; the %1 tracks recorded so far are kept.", kept)
+            : LocalizedCount("The recording could not be written (%2). Recording stopped; the track recorded so "
+                             "far is kept.",
+                             "The recording could not be written (%2). Recording stopped; the %1 tracks recorded "
+                             "so far are kept.",
+                             kept)
+                  .replace(QLatin1String("%2"), ReasonText(status));
     mError = message;
     Q_EMIT recordingFailed(kept, message);
 }

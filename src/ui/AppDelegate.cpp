@@ -750,7 +750,8 @@ bool AppDelegate::discardRecording()
 {
     if (mSession->hasTakes() &&
         !AskYesNo(itsWindow.get(),
-                  Localized("Discard the recording of %1 tracks?").arg(audio->numRecordedTracks())))
+                  LocalizedCount("Discard the recording of 1 track?", "Discard the recording of %1 tracks?",
+                                 audio->numRecordedTracks())))
         return false;
     mSession->discard();
     return true;
@@ -800,11 +801,13 @@ void AppDelegate::offerRecovery()
     }
     for (const auto& recording : left) {
         QMessageBox box(QMessageBox::Question, QApplication::applicationDisplayName(),
-                        Localized("A recording of %1 tracks, %2, from %3 was not finished.")
-                            .arg(recording.tracks)
-                            .arg(DurationText(recording.seconds),
-                                 QLocale().toString(recording.started, QStringLiteral("d MMM HH:mm"))),
+                        LocalizedCount("A recording of 1 track, %2, from %3 was not finished.",
+                                       "A recording of %1 tracks, %2, from %3 was not finished.", recording.tracks)
+                            .replace(QLatin1String("%2"), DurationText(recording.seconds))
+                            .replace(QLatin1String("%3"),
+                                     QLocale().toString(recording.started, QStringLiteral("d MMM HH:mm"))),
                         QMessageBox::NoButton, itsWindow.get());
+        box.setInformativeText(Localized("Recover names and adds its tracks; Discard deletes it."));
         QPushButton* recover = box.addButton(Localized("Recover"), QMessageBox::AcceptRole);
         QPushButton* discard = box.addButton(Localized("Discard"), QMessageBox::DestructiveRole);
         box.setDefaultButton(recover);
