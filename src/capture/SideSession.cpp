@@ -186,6 +186,13 @@ bool SideSession::replaceTakes(const QStringList& files)
         return false;
     }
     const UInt32 before = trackCount();
+    // All there before any take is touched.
+    for (const QString& file : files) {
+        if (!QFileInfo(file).isFile()) {
+            mError = QStringLiteral("%1 is missing").arg(file);
+            return false;
+        }
+    }
     for (int i = 0; i < files.size(); ++i) {
         const QString target = takePath(UInt32(i + 1));
         if (::rename(QFile::encodeName(files[i]).constData(), QFile::encodeName(target).constData()) != 0) {
@@ -233,7 +240,7 @@ void SideSession::finish()
         stop();
     if (!mFolder)
         return;
-    mFolder->setTrackCount(trackCount());
+    // The folder's own count: an export may have set the controller's to 0 already.
     mFolder->removeIfDone();
     mFolder.reset();
 }

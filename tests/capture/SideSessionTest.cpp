@@ -99,14 +99,40 @@ TEST_F(SideSessionTest, TakesStayInTheirLockedFolderUntilTheyAreTakenOrRecovered
     ASSERT_TRUE(later.recover(name)) << qPrintable(later.errorText());
     EXPECT_EQ(later.trackCount(), 2u);
     EXPECT_EQ(audio->numRecordedTracks(), 2u);
-    // As the export does: each take goes once the library has it.
+    // As the export does: each take goes once the library has it, and the count goes to 0.
     QFile::remove(later.takePath(1));
+    audio->resetTrackCounter();
     later.finish();
     EXPECT_EQ(TakeFolder::Abandoned().size(), 1) << "the track the library did not take waits";
     ASSERT_TRUE(later.recover(name));
     QFile::remove(later.takePath(2));
     later.finish();
     EXPECT_TRUE(QDir(TakeFolder::Root()).isEmpty());
+}
+
+// Tracks cut again at other boundaries take the takes' places, and only then do the old go.
+TEST_F(SideSessionTest, TakesCutAgainReplaceTheOldOnes)
+{
+    SideSession session(*audio);
+    ASSERT_TRUE(session.start(false));
+    Pump(10 * kBlock);
+    ASSERT_TRUE(session.newTrack());
+    Pump(10 * kBlock);
+    ASSERT_TRUE(session.newTrack());
+    Pump(10 * kBlock);
+    session.stop();
+    const QString cut = session.folder()->path() + "/cut.wav";
+    ASSERT_TRUE(QFile::copy(session.takePath(1), cut));
+
+    EXPECT_FALSE(session.replaceTakes({cut, session.folder()->path() + "/missing.wav"}));
+    EXPECT_FALSE(session.errorText().isEmpty());
+    EXPECT_TRUE(QFile::exists(cut) && QFile::exists(session.takePath(3))) << "nothing was touched";
+    ASSERT_TRUE(session.replaceTakes({cut}));
+    EXPECT_EQ(session.trackCount(), 1u);
+    EXPECT_FALSE(QFile::exists(cut));
+    EXPECT_FALSE(QFile::exists(session.takePath(2)));
+    EXPECT_FALSE(QFile::exists(session.takePath(3)));
+    EXPECT_EQ(session.takes().size(), 1);
 }
 
 // The disk fills up while recording: the recording stops at once, every buffer that reached
