@@ -9,10 +9,10 @@
 #include "platform/VirtualAudioHardware.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QString>
+#include <QTemporaryDir>
 #include <chrono>
-#include <filesystem>
-#include <stdlib.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -24,11 +24,8 @@ namespace Tolm::Test {
 // Where this test program's controllers write their takes, as a session would give them.
 inline QString TakeFolder()
 {
-    static const QString path = [] {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tolm-takes-XXXXXX").string();
-        return QString::fromStdString(mkdtemp(pattern.data()));
-    }();
-    return path;
+    static const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/tolm-takes-XXXXXX"));
+    return folder.path();
 }
 
 inline QString TakePath(UInt32 track)
