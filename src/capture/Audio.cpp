@@ -246,6 +246,8 @@ void Audio::HandleGapEvent(int event)
                      CAXException::FormatError(e.GetError()).c_str());
     } catch (const std::exception& e) {
         std::fprintf(stderr, "newTrack Error: %s\n", e.what());
+    } catch (...) {
+        std::fprintf(stderr, "newTrack An unknown error occurred\n");
     }
 }
 
