@@ -323,5 +323,61 @@
         <source>IDS_SIDE</source>
         <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Seite&lt;/p&gt;</translation>
     </message>
+    <message>
+        <source>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</source>
+        <translation>Die Festplatte ist voll. Die Aufnahme wurde angehalten; die %1 bisher aufgenommenen Titel bleiben erhalten.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written (%2). Recording stopped; the %1 tracks recorded so far are kept.</source>
+        <translation>Die Aufnahme konnte nicht geschrieben werden (%2). Die Aufnahme wurde angehalten; die %1 bisher aufgenommenen Titel bleiben erhalten.</translation>
+    </message>
+    <message>
+        <source>Discard the recording of %1 tracks?</source>
+        <translation>Die Aufnahme mit %1 Titeln verwerfen?</translation>
+    </message>
+    <message>
+        <source>A recording of %1 tracks, %2, from %3 was not finished.</source>
+        <translation>Eine Aufnahme mit %1 Titeln, %2, vom %3 wurde nicht abgeschlossen.</translation>
+    </message>
+    <message>
+        <source>Recover</source>
+        <translation>Wiederherstellen</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Verwerfen</translation>
+    </message>
+    <message>
+        <source>Only about %1 minutes of recording fit on the disk that keeps the recordings. Free some space first, or the recording may stop before the side ends.</source>
+        <translation>Auf dem Datenträger für die Aufnahmen ist nur noch Platz für etwa %1 Minuten. Schaffen Sie zuerst Platz, sonst endet die Aufnahme womöglich vor dem Ende der Seite.</translation>
+    </message>
+    <message>
+        <source>The recording could not start.</source>
+        <translation>Die Aufnahme konnte nicht beginnen.</translation>
+    </message>
+    <message>
+        <source>The recording could not be recovered.</source>
+        <translation>Die Aufnahme konnte nicht wiederhergestellt werden.</translation>
+    </message>
+    <message>
+        <source>The disk is full. Recording stopped; the track recorded so far is kept.</source>
+        <translation>Die Festplatte ist voll. Die Aufnahme wurde angehalten; der bisher aufgenommene Titel bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written (%2). Recording stopped; the track recorded so far is kept.</source>
+        <translation>Die Aufnahme konnte nicht geschrieben werden (%2). Die Aufnahme wurde angehalten; der bisher aufgenommene Titel bleibt erhalten.</translation>
+    </message>
+    <message>
+        <source>Discard the recording of 1 track?</source>
+        <translation>Die Aufnahme mit 1 Titel verwerfen?</translation>
+    </message>
+    <message>
+        <source>A recording of 1 track, %2, from %3 was not finished.</source>
+        <translation>Eine Aufnahme mit 1 Titel, %2, vom %3 wurde nicht abgeschlossen.</translation>
+    </message>
+    <message>
+        <source>Recover names and adds its tracks; Discard deletes it.</source>
+        <translation>„Wiederherstellen“ benennt die Titel und fügt sie hinzu; „Verwerfen“ löscht die Aufnahme.</translation>
+    </message>
 </context>
 </TS>

@@ -62,6 +62,11 @@ QString Localized(const char* key)
 
 QString Localized(const QString& key) { return Localized(key.toUtf8().constData()); }
 
+QString LocalizedCount(const char* one, const char* many, unsigned count)
+{
+    return count == 1 ? Localized(one) : Localized(many).arg(count);
+}
+
 void InstallTranslations()
 {
     InitTranslationResources();

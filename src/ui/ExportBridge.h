@@ -64,10 +64,11 @@ class ExportBridge final : public Library::RecordedTracks,
     AppDelegate& mWizard;
     MainThreadCaller& mMainThread;
     std::atomic<UInt32> mTrackCount{0};
-    std::mutex mMutex; // guards the names and the outcome
+    std::mutex mMutex; // guards the names, files and the outcome
     QString mArtist;
     QString mAlbum;
     QStringList mTitles; // track 1 first
+    QStringList mFiles;  // the takes, track 1 first
     ExportOutcome mOutcome;
     Library::AlbumTags mAlbumTags;
 };

@@ -9,7 +9,9 @@
 #include "platform/VirtualAudioHardware.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QString>
+#include <QTemporaryDir>
 #include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
@@ -18,6 +20,18 @@
 #include <vector>
 
 namespace Tolm::Test {
+
+// Where this test program's controllers write their takes, as a session would give them.
+inline QString TakeFolder()
+{
+    static const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/tolm-takes-XXXXXX"));
+    return folder.path();
+}
+
+inline QString TakePath(UInt32 track)
+{
+    return TakeFolder() + QStringLiteral("/TolmACTmpFile.%1.wav").arg(track);
+}
 
 inline QCoreApplication& App()
 {

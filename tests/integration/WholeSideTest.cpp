@@ -61,7 +61,7 @@ struct TrackFile {
 TrackFile ReadTrack(UInt32 track)
 {
     TrackFile result;
-    const auto file = Tolm::Test::ReadSoundFile(Audio::fileNameForTrack(track).toStdString());
+    const auto file = Tolm::Test::ReadSoundFile(Tolm::Test::TakePath(track).toStdString());
     if (!file.opened)
         return result;
     result.seconds = file.Seconds();
@@ -84,7 +84,7 @@ TrackFile ReadTrack(UInt32 track)
 void RemoveTrackFiles()
 {
     for (UInt32 n = 1; n <= 8; ++n)
-        std::filesystem::remove(Audio::fileNameForTrack(n).toStdString());
+        std::filesystem::remove(Tolm::Test::TakePath(n).toStdString());
 }
 
 } // namespace
@@ -106,6 +106,7 @@ TEST(WholeSide, TracksSplitAtTheGapsAndTheSideEndsByItself)
     {
         Tolm::Test::CountingDelegate delegate;
         Audio audio;
+        audio.setTakeFolder(Tolm::Test::TakeFolder());
         delegate.audio = &audio;
         audio.setDelegate(&delegate);
         ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);

@@ -3,6 +3,7 @@
 // exported into a music library, and the question whether to record another.
 
 #include "WizardTestSupport.h"
+#include "capture/TakeFolder.h"
 #include "library/LibrarySettings.h"
 #include "library/TrackTags.h"
 #include "ui/TrackNameField.h"
@@ -18,6 +19,8 @@
 #include <QTextDocumentFragment>
 #include <QUrl>
 #include <cmath>
+#include <fstream>
+#include <sndfile.h>
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
 
@@ -93,6 +96,38 @@ struct TemporaryLibrary {
     QTemporaryDir root;
     QString folder;
 };
+
+// What a run killed after recording leaves: a session folder with takes of these lengths,
+// the last one written past its header's last update.
+QString LeaveARecordingBehind(const std::vector<int>& frames)
+{
+    auto folder = Tolm::Capture::TakeFolder::Create();
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const QString path = folder->takePath(UInt32(i + 1));
+        SF_INFO info{};
+        info.samplerate = int(kRate);
+        info.channels = 2;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
+        const int counted = i + 1 == frames.size() ? frames[i] / 2 : frames[i];
+        std::vector<float> samples(size_t(frames[i]) * 2, 0.25f);
+        sf_writef_float(sf, samples.data(), counted);
+        sf_close(sf);
+        std::ofstream(QFile::encodeName(path).toStdString(), std::ios::binary | std::ios::app)
+            .write(reinterpret_cast<const char*>(samples.data()), std::streamsize((frames[i] - counted) * 8));
+    }
+    folder->setTrackCount(UInt32(frames.size()));
+    return folder->name();
+}
+
+sf_count_t Frames(const QString& path)
+{
+    SF_INFO info{};
+    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
+    if (sf)
+        sf_close(sf);
+    return sf ? info.frames : -1;
+}
 
 } // namespace
 
@@ -198,7 +233,7 @@ class WizardSessionTest : public QObject {
         QCOMPARE(last->albumArtist, QStringLiteral("Nina Berg"));
         // Each recording was let go once it was in the library.
         for (UInt32 track = 1; track <= 3; ++track)
-            QVERIFY(!QFile::exists(Audio::fileNameForTrack(track)));
+            QVERIFY(!QFile::exists(audio.fileNameForTrack(track)));
 
         // Another record: "yes" is the default answer, and the level panel listens again.
         QVERIFY(wizard.press("nextButton"));
@@ -238,15 +273,16 @@ class WizardSessionTest : public QObject {
             // Without events handled, the next alert the export asks for stays unanswered:
             // closing must not wait for it.
             QTest::qSleep(2500);
+            const QString take = wizard.audio().fileNameForTrack(1);
             wizard.app.reset();
-            QVERIFY(QFile::exists(Audio::fileNameForTrack(1)));
+            QVERIFY(QFile::exists(take));
         } else {
             QVERIFY(QDir().mkpath(library.folder));
             QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
             const QStringList files = LibraryFiles(library.folder);
             QCOMPARE(files.size(), 1);
             QCOMPARE(ReadTags(QDir(library.folder).filePath(files[0])).title, QStringLiteral("Encore"));
-            QVERIFY(!QFile::exists(Audio::fileNameForTrack(1)));
+            QVERIFY(!QFile::exists(wizard.audio().fileNameForTrack(1)));
         }
     }
 
@@ -267,7 +303,7 @@ class WizardSessionTest : public QObject {
         QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Attic"));
         QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Fine"));
         QTest::keyClicks(wizard.field(7, 62), QStringLiteral("Broken"));
-        QFile broken(Audio::fileNameForTrack(2));
+        QFile broken(wizard.audio().fileNameForTrack(2));
         QVERIFY(broken.open(QIODevice::WriteOnly | QIODevice::Truncate));
         broken.write("not a recording");
         broken.close();
@@ -283,16 +319,60 @@ class WizardSessionTest : public QObject {
         const QString album = QDir(library.folder).filePath(QStringLiteral("Nina Berg/Attic"));
         QVERIFY2(report.contains(QStringLiteral("1 of 2 tracks were added to ") + album), qPrintable(report));
         QVERIFY2(report.contains(QStringLiteral("Track 2, \u201cBroken\u201d, was not added: Cannot read ") +
-                                 Audio::fileNameForTrack(2)),
+                                 wizard.audio().fileNameForTrack(2)),
                  qPrintable(report));
-        QVERIFY2(report.contains(QFileInfo(Audio::fileNameForTrack(2)).absolutePath()), qPrintable(report));
-        QVERIFY(QFile::exists(Audio::fileNameForTrack(2)));
+        QVERIFY2(report.contains(QFileInfo(wizard.audio().fileNameForTrack(2)).absolutePath()), qPrintable(report));
+        QVERIFY(QFile::exists(wizard.audio().fileNameForTrack(2)));
         QCOMPARE(LibraryFiles(library.folder), QStringList{QStringLiteral("Nina Berg/Attic/01 Fine.flac")});
 
         QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openFolder");
         QVERIFY(wizard.press("openAlbumButton"));
         QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
         QCOMPARE(mOpened, QList<QUrl>{QUrl::fromLocalFile(album)});
+    }
+
+    // A recording a crash left behind is offered at start: Discard deletes it, Recover goes on
+    // to naming its tracks, whose every frame reaches the library.
+    void aRecordingLeftByACrashIsOfferedBack()
+    {
+        TemporaryLibrary library("Music");
+        QVERIFY(QDir().mkpath(library.folder));
+        Wizard wizard({kPlainTurntable});
+        const QString takes = Tolm::Capture::TakeFolder::Root();
+
+        LeaveARecordingBehind({44100});
+        wizard.boxes.answer = Tolm::Localized("Discard");
+        wizard->offerRecovery();
+        QVERIFY(QDir(takes).isEmpty());
+        QCOMPARE(wizard->selectedPanel(), 1u);
+
+        LeaveARecordingBehind({3 * 44100, 2 * 44100});
+        const auto left = Tolm::Capture::TakeFolder::Abandoned();
+        QCOMPARE(left.size(), 1);
+        wizard.boxes.answer = Tolm::Localized("Recover");
+        wizard->offerRecovery();
+        QCOMPARE(wizard.boxes.seen.size(), 2);
+        QCOMPARE(wizard.boxes.seen.last().text,
+                 Tolm::Localized("A recording of %1 tracks, %2, from %3 was not finished.")
+                     .arg(2)
+                     .arg(QStringLiteral("00:05"), QLocale().toString(left[0].started, QStringLiteral("d MMM HH:mm"))));
+        QCOMPARE(wizard->selectedPanel(), 7u);
+        QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xx........"));
+        QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
+        QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Attic"));
+        QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Paper Boats"));
+        QTest::keyClicks(wizard.field(7, 62), QStringLiteral("Encore"));
+        QVERIFY(wizard.press("nextButton"));
+        QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
+
+        const QStringList files = LibraryFiles(library.folder);
+        QCOMPARE(files.size(), 2);
+        QCOMPARE(ReadTags(QDir(library.folder).filePath(files[1])).title, QStringLiteral("Encore"));
+        QCOMPARE(Frames(QDir(library.folder).filePath(files[1])), sf_count_t(2 * 44100));
+        QVERIFY(QDir(takes).isEmpty());
+        // No device was chosen yet: another record starts at the connect panel.
+        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 1u);
     }
 
   private:

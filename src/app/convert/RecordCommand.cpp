@@ -4,10 +4,12 @@
 #include "CommandLine.h"
 #include "ConsoleApplication.h"
 #include "ImportOptions.h"
+#include "OutFolder.h"
 #include "SideRecorder.h"
 #include "InputDevices.h"
 #include "library/ConsoleImport.h"
 
+#include <QFileInfo>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -19,37 +21,6 @@ namespace fs = std::filesystem;
 namespace Tolm::Convert {
 
 namespace {
-
-std::string TrackName(size_t index)
-{
-    char name[32];
-    std::snprintf(name, sizeof(name), "%02zu.wav", index + 1);
-    return name;
-}
-
-// Moves a file, across file systems too, without ever replacing an existing one.
-bool MoveFile(const fs::path& from, const fs::path& to, std::string& error)
-{
-    std::error_code ec;
-    if (fs::exists(to, ec)) {
-        error = to.string() + " already exists";
-        return false;
-    }
-    fs::rename(from, to, ec);
-    if (!ec)
-        return true;
-    if (ec != std::errc::cross_device_link) {
-        error = ec.message();
-        return false;
-    }
-    if (!fs::copy_file(from, to, fs::copy_options::none, ec)) {
-        error = ec.message();
-        fs::remove(to, ec);
-        return false;
-    }
-    fs::remove(from, ec);
-    return true;
-}
 
 // The engine prints its diagnostics on standard output; our results must stay alone
 // there, so that a script can read them. The engine's lines go to standard error.
@@ -126,15 +97,9 @@ int RunRecord(const std::vector<std::string>& args)
     fs::path out;
     if (outDir) {
         // Checked before anything is recorded: a side cannot be played twice.
-        std::error_code ec;
         out = fs::path(*outDir);
-        fs::create_directories(out, ec);
-        if (!fs::is_directory(out, ec) || access(out.c_str(), W_OK | X_OK) != 0) {
-            parser.Error("cannot write into the folder \"" + *outDir + "\"");
-            return kExitBadInput;
-        }
-        if (fs::exists(out / TrackName(0), ec)) {
-            parser.Error("\"" + *outDir + "\" already holds " + TrackName(0) + "; choose an empty folder");
+        if (const std::string error = OutFolder::Prepare(out); !error.empty()) {
+            parser.Error(error);
             return kExitBadInput;
         }
     }
@@ -173,8 +138,11 @@ int RunRecord(const std::vector<std::string>& args)
         return kExitFailed;
     if (side->tracks.empty()) {
         std::fprintf(stderr, "No track was recorded.\n");
+        recorder.Session().discard();
         return kExitFailed;
     }
+    // A write failure has been told; what was kept goes on as usual, and the status says it.
+    const int recorded = side->failed ? kExitFailed : kExitOk;
 
     if (import->wanted) {
         ProgressBar progress("Converting");
@@ -184,16 +152,24 @@ int RunRecord(const std::vector<std::string>& args)
         progress.Finish();
         for (const QString& file : outcome.filed)
             std::fprintf(results.File(), "%s\n", file.toLocal8Bit().constData());
-        return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
+        recorder.Session().finish();
+        if (outcome.kept > 0 || outcome.stopped) {
+            std::fprintf(stderr, "The tracks not imported are kept; \"tolm-convert recover --list\" shows them.\n");
+            return kExitFailed;
+        }
+        return recorded;
     }
 
-    int status = kExitOk;
+    int status = recorded;
+    const auto* folder = recorder.Session().folder();
+    const QString session = folder ? folder->name() : QString();
+    const QString sessionPath = folder ? folder->path() : QString();
     for (size_t i = 0; i < side->tracks.size(); ++i) {
         std::string path = side->tracks[i].path;
         if (outDir) {
-            const fs::path target = out / TrackName(i);
+            const fs::path target = out / OutFolder::TrackName(i);
             std::string error;
-            if (MoveFile(path, target, error))
+            if (OutFolder::Move(path, target, error))
                 path = target.string();
             else {
                 std::fprintf(stderr, "Could not move %s to %s (%s); it stays where it is.\n", path.c_str(),
@@ -206,6 +182,12 @@ int RunRecord(const std::vector<std::string>& args)
     }
     std::fprintf(stderr, "%zu track%s%s.\n", side->tracks.size(), side->tracks.size() == 1 ? "" : "s",
                  side->albumEnded ? "; the side ended by itself" : "");
+    recorder.Session().finish();
+    if (!sessionPath.isEmpty() && QFileInfo::exists(sessionPath))
+        std::fprintf(stderr,
+                     "The recording is kept as \"%s\" until \"tolm-convert recover %s --out DIR\" or "
+                     "\"--import\" takes it.\n",
+                     qPrintable(session), qPrintable(session));
     return status;
 }
 

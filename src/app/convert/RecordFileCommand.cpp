@@ -129,6 +129,9 @@ int RunRecordFile(const std::vector<std::string>& args)
             deviceLost = true;
             break;
         }
+        if (recorder->GetWriteError() != 0)
+            break; // at once: nothing more reaches the file
+
         // Hold the peak for a few redraws so short transients stay readable.
         if (++ticks % 6 == 0)
             peak = 0.0f;
@@ -145,12 +148,17 @@ int RunRecordFile(const std::vector<std::string>& args)
     try {
         recorder->Stop();
     } catch (const CAXException& e) {
-        if (e.GetError() == kCAAudioFileDiskFullError)
-            parser.Error("the disk is full: the recording stops where it filled up, and what fitted is kept in " +
+        parser.Error(std::string("recording did not end cleanly: ") + e.Operation() + " (" +
+                     CAXException::FormatError(e.GetError()) + ")");
+        result = kExitFailed;
+    }
+    if (const OSStatus written = recorder->GetWriteError(); written != 0) {
+        if (written == kCAAudioFileDiskFullError)
+            parser.Error("the disk is full: the recording stopped where it filled up, and what fitted is kept in " +
                          outPath);
         else
-            parser.Error(std::string("recording did not end cleanly: ") + e.Operation() + " (" +
-                         CAXException::FormatError(e.GetError()) + ")");
+            parser.Error("the recording could not be written (" + CAXException::FormatError(written) +
+                         "); what was written is kept in " + outPath);
         result = kExitFailed;
     }
     const auto statistics = recorder->GetInputStatistics();
