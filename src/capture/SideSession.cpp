@@ -1,5 +1,7 @@
 #include "capture/SideSession.h"
 
+#include "base/SystemLog.h"
+
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
 #include "platform/AudioHardware.h"
@@ -131,7 +133,7 @@ bool SideSession::newTrack()
         mError = QStringLiteral("unknown error");
     }
     if (!mError.isEmpty()) {
-        std::fprintf(stderr, "newTrack Error: %s\n", qPrintable(mError));
+        Tolm::SystemLog::Print("newTrack Error: %s\n", qPrintable(mError));
         mAudio.stopRecording();
         noteCount();
         return false;

@@ -71,11 +71,10 @@ int WriteOut(TakeFolder& folder, const fs::path& out)
 
 int RunRecover(const std::vector<std::string>& args)
 {
-    std::vector<std::string> rest = args;
-    const auto import = TakeImportOptions("recover", rest);
+    ArgumentParser parser("recover", args);
+    const auto import = TakeImportOptions(parser);
     if (!import)
         return kExitBadInput;
-    ArgumentParser parser("recover", rest);
     const bool list = parser.Flag("list");
     const auto outDir = parser.Value("out");
     const auto positionals = parser.Positionals();
@@ -149,10 +148,23 @@ int RunRecover(const std::vector<std::string>& args)
     }
 }
 
+std::vector<CommandOption> Options()
+{
+    std::vector<CommandOption> options = {
+        {"list", nullptr, "List the unfinished recordings: name, tracks, length and when it began."},
+        {"out", "DIR", "Move the recording's tracks into DIR as 01.wav, 02.wav, ... (DIR made if it is missing).",
+         nullptr, "<dir>"},
+    };
+    const auto import = ImportOptionRows();
+    options.insert(options.end(), import.begin(), import.end());
+    return options;
+}
+
 const Registration reg{{"recover", "list, write out or import recordings that a crash left unfinished",
                         "recover --list | recover SESSION --out DIR | recover SESSION --import --artist A "
-                        "--album B [--title T]... [--library DIR] [--format F]",
-                        &RunRecover}};
+                        "--album B [--title T]... [--album-artist A] [--year YYYY] [--side A|B] "
+                        "[--library DIR] [--format F] [--quality 0-10]",
+                        &RunRecover, Options()}};
 
 } // namespace
 
