@@ -235,5 +235,57 @@
         <source>IDS_MORETRACKS_TEXT</source>
         <translation>&lt;p style="margin-top:0; margin-bottom:9px; font-size:14px; line-height:135%; color:#3b4451;"&gt;Geben Sie für jeden dieser Titel einen Namen ein.&lt;/p&gt;</translation>
     </message>
+    <message>
+        <source>IDS_TAB13_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Titel prüfen&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Ziehen Sie eine rote Marke, um eine Trennstelle zu verschieben; Doppelklick (oder „Hier teilen“) fügt eine hinzu; wählen Sie eine und drücken Sie Entf, um zwei Titel zu verbinden. Das Mausrad vergrößert, die Leertaste spielt ab.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_COUNT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:13px; color:#3b4451;"&gt;Anzahl der Titel&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_SPLIT_HERE</source>
+        <translation>Hier teilen</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_JOIN</source>
+        <translation>Verbinden</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_LISTEN</source>
+        <translation>Anhören</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_SUMMARY</source>
+        <translation>Titel: %1 · Länge: %2</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_TOO_MANY</source>
+        <translation>Verbinden Sie Titel, bis es höchstens 40 sind.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_READING</source>
+        <translation>Die Aufnahme wird gelesen…</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_UNREADABLE</source>
+        <translation>Die Aufnahme konnte nicht gelesen werden:</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_CUTTING</source>
+        <translation>Die Titel werden geschnitten…</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_CUT_FAILED</source>
+        <translation>Die Titel konnten nicht geschnitten werden; die Aufnahme bleibt, wie sie war.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_NOTHING</source>
+        <translation>Es wurde nichts aufgenommen.</translation>
+    </message>
 </context>
 </TS>

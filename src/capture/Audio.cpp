@@ -145,6 +145,11 @@ UInt32 Audio::numRecordedTracks() const
     return _tracks;
 }
 
+void Audio::setNumRecordedTracks(UInt32 tracks)
+{
+    _tracks = tracks;
+}
+
 UInt64 Audio::currentTrackLengthNanos() const
 {
     return AudioConvertHostTimeToNanos(AudioGetCurrentHostTime() - _startHostTime);

@@ -59,6 +59,8 @@ class Audio final : public QObject, public GapEventReceiver {
     bool recording() const;
     void resetTrackCounter();
     UInt32 numRecordedTracks() const;
+    // After the takes were cut again into `tracks` track files, numbered from 1.
+    void setNumRecordedTracks(UInt32 tracks);
     UInt64 currentTrackLengthNanos() const;
     static QString fileNameForTrack(UInt32 track);
     std::unique_ptr<CAAudioFileRecorder> newRecorder(const QString& path);

@@ -15,6 +15,8 @@
 #include "ui/MainThreadCaller.h"
 #include "ui/ProgressIndicator.h"
 #include "ui/SubViewController.h"
+#include "ui/TrackCheckPanel.h"
+#include "ui/TrackCheckView.h"
 #include "ui/TrackNameField.h"
 #include "ui/TranslateView.h"
 
@@ -203,6 +205,7 @@ void AppDelegate::awakeFromNib()
     const std::pair<const char*, const char*> items[] = {
         {"3", "Tab3"}, {"4", "Tab4"}, {"5", "Tab5"},   {"6", "Tab6"},          {"7", "Tab7"},
         {"8", "Tab8"}, {"9", "Tab9"}, {"10", "Tab10"}, {"11", "SelectDevice"}, {"12", "SelectTape"},
+        {"13", "CheckTracks"},
     };
     for (const auto& [identifier, label] : items)
         addTabViewItem(QString::fromLatin1(identifier), QString::fromLatin1(label));
@@ -295,6 +298,8 @@ std::unique_ptr<CustomView>* AppDelegate::viewField(unsigned panel)
         return &_Tolm_TabSelectDeviceNibView;
     case 12:
         return &_Tolm_TabSelectTapeNibView;
+    case 13:
+        return &_Tolm_Tab13NibView;
     default:
         return nullptr;
     }
@@ -322,7 +327,7 @@ void AppDelegate::loadPanelView(unsigned panel, const QString& nibName)
 
 void AppDelegate::setPanel(unsigned panel)
 {
-    if (panel >= 13) {
+    if (panel > kPanelCount) {
         alert(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel"));
         return;
     }
@@ -351,6 +356,7 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
         // Loaded at start; these names are only tried if that failed.
         "_Tolm_SelectDeviceTab",
         "_Tolm_SelectTapeTab",
+        "Tolm_Tab13",
     };
     unsigned panel = 0;
     for (unsigned candidate = 1; candidate <= kPanelCount; ++candidate) {
@@ -399,6 +405,18 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
         ShowTrackLengths(view, first, first + 9, tracks);
         break;
     }
+    case 13:
+        if (!mTrackCheck && view)
+            mTrackCheck = std::make_unique<TrackCheckPanel>(view);
+        if (mTrackCheck) {
+            std::vector<std::string> takes;
+            for (UInt32 track = 1; track <= tracks; ++track)
+                takes.push_back(Capture::Audio::fileNameForTrack(track).toStdString());
+            mTrackCheck->open(takes, audio->outputDeviceID());
+            if (mTrackCheck->trackView())
+                mTrackCheck->trackView()->setFocus(Qt::OtherFocusReason);
+        }
+        break;
     default:
         break;
     }
@@ -518,7 +536,7 @@ void AppDelegate::doBackButton2(QObject*)
 
 void AppDelegate::doBackButton4(QObject*)
 {
-    setPanel(3);
+    setPanel(13);
 }
 
 void AppDelegate::doNextButton4(QObject* sender)
@@ -557,7 +575,26 @@ void AppDelegate::exportToLibrary(QObject* sender)
 
 void AppDelegate::doBackButton7(QObject*)
 {
+    setPanel(13);
+}
+
+void AppDelegate::doBackButton13(QObject*)
+{
+    if (mTrackCheck)
+        mTrackCheck->stopListening();
     setPanel(3);
+}
+
+void AppDelegate::doNextButton13(QObject*)
+{
+    if (!mTrackCheck || !mTrackCheck->ready())
+        return;
+    const auto tracks = mTrackCheck->cut(
+        [](unsigned track) { return Capture::Audio::fileNameForTrack(track).toStdString(); });
+    if (!tracks)
+        return; // the user was told; the takes are as they were
+    audio->setNumRecordedTracks(*tracks);
+    setPanel(*tracks == 1 ? 4 : 7);
 }
 
 void AppDelegate::doNextButton7(QObject* sender)
@@ -669,12 +706,13 @@ void AppDelegate::doNextButton3(QObject*)
         _Tolm_Tab3NibView->stopMetering();
     Invalidate(_meterUpdateTimer);
     // With no track, panel 1 is shown and then, deliberately, replaced by panel 7 at once.
-    if (audio->numRecordedTracks() == 0)
+    if (audio->numRecordedTracks() == 0) {
         setPanel(1);
-    if (audio->numRecordedTracks() == 1)
-        setPanel(4);
-    else
         setPanel(7);
+        return;
+    }
+    // The tracks are checked, and corrected where the splits went wrong, before naming.
+    setPanel(13);
 }
 
 void AppDelegate::doBackButton3(QObject*)

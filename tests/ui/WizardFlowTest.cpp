@@ -177,7 +177,7 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.boxes.sawWarning("IDS_LIMIT"));
         QCOMPARE(wizard.audio().numRecordedTracks(), 40u);
         QVERIFY(!wizard.audio().recording());
-        QCOMPARE(wizard->selectedPanel(), 7u);
+        QCOMPARE(wizard->selectedPanel(), 13u);
         QVERIFY(!wizard.playingThrough());
     }
 
@@ -215,16 +215,23 @@ class WizardFlowTest : public QObject {
         Wizard wizard({kPlainTurntable});
         QVERIFY(wizard.recordAndStop(3));
         QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxx......."));
-        // Back to the recording and record again from the start, with more tracks.
+        // Back through the check panel to the recording, and record again with more tracks.
+        QVERIFY(wizard.press("backButton"));
+        QCOMPARE(wizard->selectedPanel(), 13u);
         QVERIFY(wizard.press("backButton"));
         QVERIFY(wizard.press("backButton"));
         QVERIFY(wizard.press("nextButton"));
-        while (wizard.audio().numRecordedTracks() < 6)
+        wizard.play(Wizard::kTrackSeconds);
+        while (wizard.audio().numRecordedTracks() < 6) {
             wizard.audio().newTrack();
+            wizard.play(Wizard::kTrackSeconds);
+        }
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxxxxx...."));
         // As after an export: the count is back to 0 and the user goes back to the recording panel.
         wizard.audio().resetTrackCounter();
+        QVERIFY(wizard.press("backButton"));
         QVERIFY(wizard.press("backButton"));
         QCOMPARE(wizard->selectedPanel(), 3u);
         QVERIFY(wizard.press("nextButton"));
@@ -242,8 +249,8 @@ class WizardFlowTest : public QObject {
         QTest::keyClicks(wizard.field(4, 12), QStringLiteral("Paper Boats"));
 
         QVERIFY(wizard.press("backButton"));
-        QCOMPARE(wizard->selectedPanel(), 3u);
-        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 13u);
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 4u);
         QCOMPARE(wizard.field(4, 10)->text(), QStringLiteral("Nina Berg"));
         QCOMPARE(wizard.field(4, 11)->text(), QStringLiteral("Attic"));
@@ -300,7 +307,7 @@ class WizardFlowTest : public QObject {
     void helpAndCloseAndAnInvalidPanel()
     {
         Wizard wizard({kPlainTurntable});
-        wizard->setPanel(13);
+        wizard->setPanel(14);
         QVERIFY(
             wizard.boxes.saw(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel")));
         QCOMPARE(wizard->selectedPanel(), 1u);

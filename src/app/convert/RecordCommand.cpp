@@ -7,8 +7,12 @@
 #include "SideRecorder.h"
 #include "InputDevices.h"
 #include "library/ConsoleImport.h"
+#include "tracks/SideScan.h"
+#include "tracks/TakeCutter.h"
+#include "tracks/TrackFinder.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -49,6 +53,38 @@ bool MoveFile(const fs::path& from, const fs::path& to, std::string& error)
     }
     fs::remove(from, ec);
     return true;
+}
+
+// Cuts the takes again where the analysis of the whole side puts the tracks. False (after
+// a message) when that failed; the takes are then as they were recorded.
+bool CutAtFoundTracks(Capture::Audio& audio, RecordedSide& side, int trackCount)
+{
+    std::vector<std::string> paths;
+    for (const RecordedTrack& track : side.tracks)
+        paths.push_back(track.path);
+    try {
+        const Tracks::TakeFiles takes(paths);
+        const Tracks::SideScan scan = Tracks::SideScan::Run(takes);
+        const Tracks::TrackMarkers markers = Tracks::TrackFinder::Find(scan, takes, trackCount);
+        if (trackCount > 0 && int(markers.trackCount()) != trackCount)
+            std::fprintf(stderr, "Found %zu tracks, not %d.\n", markers.trackCount(), trackCount);
+        if (!Tracks::TakeCutter::changes(takes, markers.positions()))
+            return true;
+        ProgressBar progress("Cutting");
+        const auto cut = Tracks::TakeCutter::cut(
+            takes, markers.positions(),
+            [](unsigned track) { return Capture::Audio::fileNameForTrack(track).toStdString(); },
+            [&](double fraction) { progress.Update(fraction); });
+        progress.Finish();
+        side.tracks.clear();
+        for (const std::string& path : cut)
+            side.tracks.push_back({path, TrackFileSeconds(path).value_or(0.0)});
+        audio.setNumRecordedTracks(UInt32(cut.size()));
+        return true;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "The tracks could not be cut again (%s); they stay as recorded.\n", e.what());
+        return false;
+    }
 }
 
 // The engine prints its diagnostics on standard output; our results must stay alone
@@ -93,6 +129,8 @@ int RunRecord(const std::vector<std::string>& args)
         return kExitBadInput;
     const bool noAutoSplit = parser.Flag("no-auto-split");
     const auto outDir = parser.Value("out");
+    const auto finder = parser.Value("finder");
+    const auto trackCountText = parser.Value("tracks");
     const auto positionals = parser.Positionals();
     if (!positionals)
         return kExitBadInput;
@@ -121,6 +159,26 @@ int RunRecord(const std::vector<std::string>& args)
             return kExitBadInput;
         }
     }
+    if (finder && *finder != "gaps" && *finder != "side") {
+        parser.Error("--finder takes gaps or side, not \"" + *finder + "\"");
+        return kExitBadInput;
+    }
+    int trackCount = 0;
+    if (trackCountText) {
+        char* end = nullptr;
+        const long count = std::strtol(trackCountText->c_str(), &end, 10);
+        if (trackCountText->empty() || *end || count < 1 || count > 99) {
+            parser.Error("--tracks takes a number of tracks from 1 to 99, not \"" + *trackCountText + "\"");
+            return kExitBadInput;
+        }
+        trackCount = int(count);
+    }
+    if (trackCount > 0 && finder == "gaps") {
+        parser.Error("--tracks needs --finder side: the gaps found while recording are what they are");
+        return kExitBadInput;
+    }
+    // A count from the sleeve only means something to the analysis of the whole side.
+    const bool analyseSide = finder == "side" || trackCount > 0;
     if (outDir && import->wanted) {
         parser.Error("--out and --import exclude each other: imported tracks go to the music library");
         return kExitBadInput;
@@ -167,7 +225,7 @@ int RunRecord(const std::vector<std::string>& args)
         return kExitBadInput;
     audio.setGainDb(gainDb);
 
-    const auto side = recorder.Record(!noAutoSplit, [&] {
+    auto side = recorder.Record(!noAutoSplit, [&] {
         if (turntableDemo)
             turntableDemo->Side().DropNeedle();
     });
@@ -177,6 +235,8 @@ int RunRecord(const std::vector<std::string>& args)
         std::fprintf(stderr, "No track was recorded.\n");
         return kExitFailed;
     }
+    if (analyseSide)
+        CutAtFoundTracks(audio, *side, trackCount);
 
     if (import->wanted) {
         ProgressBar progress("Converting");
@@ -213,7 +273,7 @@ int RunRecord(const std::vector<std::string>& args)
 
 const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
-                        "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
+                        "[--no-auto-split] [--finder gaps|side] [--tracks N] [--out DIR | --import --artist A --album B [--title T]... "
                         "[--library DIR] [--format F]]",
                         &RunRecord}};
 
