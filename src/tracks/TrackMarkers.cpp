@@ -45,7 +45,9 @@ std::optional<std::size_t> TrackMarkers::split(std::int64_t at)
         return std::nullopt; // in the lead-in or the run-out
     if (at - *(next - 1) < mMinTrack || *next - at < mMinTrack)
         return std::nullopt;
-    return std::size_t(mPositions.insert(next, at) - mPositions.begin());
+    const auto index = next - mPositions.begin();
+    mPositions.insert(next, at);
+    return std::size_t(index);
 }
 
 bool TrackMarkers::join(std::size_t marker)

@@ -412,7 +412,7 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
             std::vector<std::string> takes;
             for (UInt32 track = 1; track <= tracks; ++track)
                 takes.push_back(Capture::Audio::fileNameForTrack(track).toStdString());
-            mTrackCheck->open(takes, audio->outputDeviceID());
+            mTrackCheck->open(takes, audio->equaliser(), audio->outputDeviceID());
             if (mTrackCheck->trackView())
                 mTrackCheck->trackView()->setFocus(Qt::OtherFocusReason);
         }

@@ -109,7 +109,8 @@ void TrackCheckPanel::stopReading()
     mStopReading = false;
 }
 
-void TrackCheckPanel::open(const std::vector<std::string>& takePaths, AudioDeviceID output)
+void TrackCheckPanel::open(const std::vector<std::string>& takePaths,
+                           Morvo::Audio::Filters::AudioFilter::Type equaliser, AudioDeviceID output)
 {
     stopListening();
     stopReading();
@@ -125,13 +126,13 @@ void TrackCheckPanel::open(const std::vector<std::string>& takePaths, AudioDevic
     updateControls();
 
     const unsigned generation = ++mGeneration;
-    mReader = std::thread([this, takePaths, generation] {
+    mReader = std::thread([this, takePaths, equaliser, generation] {
         std::shared_ptr<Tracks::TakeFiles> takes;
         std::shared_ptr<Tracks::SideScan> scan;
         QString error;
         try {
             takes = std::make_shared<Tracks::TakeFiles>(takePaths);
-            scan = std::make_shared<Tracks::SideScan>(Tracks::SideScan::Run(*takes, &mStopReading));
+            scan = std::make_shared<Tracks::SideScan>(Tracks::SideScan::Run(*takes, equaliser, &mStopReading));
         } catch (const std::exception& e) {
             error = QString::fromStdString(e.what());
         }

@@ -39,7 +39,9 @@ class TrackCheckPanel : public QObject {
     ~TrackCheckPanel() override;
 
     // Starts reading the takes; the waveform appears when they are read.
-    void open(const std::vector<std::string>& takePaths, AudioDeviceID output);
+    // `equaliser` is what the side was heard through while recording.
+    void open(const std::vector<std::string>& takePaths, Morvo::Audio::Filters::AudioFilter::Type equaliser,
+              AudioDeviceID output);
     bool ready() const { return mScan != nullptr; }
     TrackCheckView* trackView() const { return mView; }
     std::size_t trackCount() const;

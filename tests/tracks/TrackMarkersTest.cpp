@@ -18,14 +18,14 @@ TEST(TrackMarkers, EditsKeepEveryTrackLongEnough)
 
     EXPECT_FALSE(markers.split(1900));       // too near a boundary
     EXPECT_FALSE(markers.split(3600));       // past the side
-    EXPECT_EQ(markers.split(2600), 3u);
+    EXPECT_EQ(markers.split(2600), std::optional<std::size_t>(3));
     EXPECT_EQ(markers.positions(), (Positions{0, 1800, 2000, 2600, 3500}));
 
     EXPECT_FALSE(markers.join(0));           // the start and end are not boundaries
     EXPECT_FALSE(markers.join(4));
     EXPECT_TRUE(markers.join(2));
     EXPECT_EQ(markers.positions(), (Positions{0, 1800, 2600, 3500}));
-    EXPECT_EQ(markers.nearest(1790, 20), 1u);
+    EXPECT_EQ(markers.nearest(1790, 20), std::optional<std::size_t>(1));
     EXPECT_FALSE(markers.nearest(2200, 20));
 }
 

@@ -21,9 +21,9 @@ using namespace Tolm::Ui;
 namespace {
 
 constexpr double kRate = 44100.0;
-// Lead-in, three pieces of 12 s with gaps of 3 s, run-out.
+// Lead-in, three pieces of 20 s with gaps of 3 s, run-out.
 constexpr double kLeadIn = 2.0;
-constexpr double kPiece = 12.0;
+constexpr double kPiece = 20.0;
 constexpr double kGap = 3.0;
 constexpr double kSide = kLeadIn + 3 * kPiece + 2 * kGap + 4.0;
 
@@ -86,7 +86,7 @@ struct Panel {
         view->setController(&controller);
         view->show();
         takes = WriteTakes(folder);
-        panel->open(takes, kAudioDeviceUnknown);
+        panel->open(takes, Morvo::Audio::Filters::AudioFilter::NoFilter, kAudioDeviceUnknown);
     }
     TrackCheckView* side() const { return panel->trackView(); }
     QAbstractButton* button(const char* name) const

@@ -25,10 +25,10 @@ namespace {
 
 constexpr double kRate = 44100.0;
 
-// A short side: three pieces of 12 s with gaps of 3 s, then silence. The detector needs more
+// A short side: three pieces of 16 s with gaps of 3 s, then silence. The detector needs more
 // than 10 s of sound before it may split and more than 60 s of quiet for the end of the side.
 struct ShortSide {
-    static constexpr double kPiece = 12.0;
+    static constexpr double kPiece = 16.0;
     static constexpr double kGap = 3.0;
     static constexpr int kPieces = 3;
     static constexpr double kMusicEnd = kPieces * kPiece + (kPieces - 1) * kGap;
@@ -251,6 +251,7 @@ class WizardSessionTest : public QObject {
         QVERIFY(wizard.startRecording());
         wizard.rig.hardware->Pump(wizard.inputs.front(), 3 * 44100);
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 4u);
         QTest::keyClicks(wizard.field(4, 12), QStringLiteral("Encore"));
         QVERIFY(wizard.press("nextButton"));

@@ -64,7 +64,7 @@ bool CutAtFoundTracks(Capture::Audio& audio, RecordedSide& side, int trackCount)
         paths.push_back(track.path);
     try {
         const Tracks::TakeFiles takes(paths);
-        const Tracks::SideScan scan = Tracks::SideScan::Run(takes);
+        const Tracks::SideScan scan = Tracks::SideScan::Run(takes, audio.equaliser());
         const Tracks::TrackMarkers markers = Tracks::TrackFinder::Find(scan, takes, trackCount);
         if (trackCount > 0 && int(markers.trackCount()) != trackCount)
             std::fprintf(stderr, "Found %zu tracks, not %d.\n", markers.trackCount(), trackCount);
