@@ -8,6 +8,7 @@
 #include "tracks/SideScan.h"
 #include "tracks/TakeFiles.h"
 #include "tracks/TakePlayer.h"
+#include "ui/TrackCheckView.h"
 
 #include <QObject>
 #include <QPointer>
@@ -26,7 +27,6 @@ class QSpinBox;
 namespace Tolm::Ui {
 
 class CustomView;
-class TrackCheckView;
 
 class TrackCheckPanel : public QObject {
     Q_OBJECT
