@@ -1,7 +1,9 @@
 #pragma once
 
-// One pass over the takes of a side: the waveform overview, and the side analysis fed with
-// the audio as the chosen equaliser makes it. Cheap enough to run when the recording stops.
+// One look at the takes of a side: the waveform overview, and the side analysis fed with the
+// audio as the chosen equaliser makes it. The two run side by side on their own threads, and
+// the overview (the quicker) is handed out as soon as it is complete, so the side can be
+// drawn while the analysis finishes.
 
 #include "analysis/SideAnalyzer.h"
 #include "filters/AudioFilter.h"
@@ -20,9 +22,11 @@ struct SideScan {
     std::int64_t frames = 0;
     double sampleRate = 0.0;
 
-    // Throws TrackError. `stop` (may be null) ends the pass early, leaving what was read.
+    // Throws TrackError. `stop` (may be null) ends the reading early, leaving what was read.
+    // `overviewDone` runs on the calling thread once the overview is complete.
     static SideScan Run(const TakeFiles& takes, Morvo::Audio::Filters::AudioFilter::Type equaliser,
-                        const std::atomic<bool>* stop = nullptr, const std::function<void(double)>& progress = {});
+                        const std::atomic<bool>* stop = nullptr,
+                        const std::function<void(const WaveformOverview&)>& overviewDone = {});
 };
 
 } // namespace Tolm::Tracks

@@ -117,6 +117,7 @@ void TrackCheckPanel::open(const std::vector<std::string>& takePaths,
     mPlayer = std::make_unique<Tracks::TakePlayer>(output);
     mTakes.reset();
     mScan.reset();
+    mPreview.reset();
     if (mCount) {
         const QSignalBlocker quiet(mCount);
         mCount->setValue(0);
@@ -132,7 +133,18 @@ void TrackCheckPanel::open(const std::vector<std::string>& takePaths,
         QString error;
         try {
             takes = std::make_shared<Tracks::TakeFiles>(takePaths);
-            scan = std::make_shared<Tracks::SideScan>(Tracks::SideScan::Run(*takes, equaliser, &mStopReading));
+            const auto overviewDone = [&](const Tracks::WaveformOverview& overview) {
+                auto copy = std::make_shared<const Tracks::WaveformOverview>(overview);
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, copy, takes, generation] {
+                        if (generation == mGeneration)
+                            showOverview(copy, takes);
+                    },
+                    Qt::QueuedConnection);
+            };
+            scan = std::make_shared<Tracks::SideScan>(
+                Tracks::SideScan::Run(*takes, equaliser, &mStopReading, overviewDone));
         } catch (const std::exception& e) {
             error = QString::fromStdString(e.what());
         }
@@ -146,6 +158,17 @@ void TrackCheckPanel::open(const std::vector<std::string>& takePaths,
             },
             Qt::QueuedConnection);
     });
+}
+
+void TrackCheckPanel::showOverview(std::shared_ptr<const Tracks::WaveformOverview> overview,
+                                   std::shared_ptr<Tracks::TakeFiles> takes)
+{
+    if (!mView || mScan || takes->frames() == 0)
+        return;
+    mPreview = std::move(overview);
+    mView->setSide(mPreview.get(), takes->sampleRate(), Tracks::TrackFinder::FromLiveSplits(*takes), {});
+    mView->setEditable(false);
+    updateControls();
 }
 
 void TrackCheckPanel::finishReading(std::shared_ptr<Tracks::TakeFiles> takes,
@@ -170,6 +193,7 @@ void TrackCheckPanel::finishReading(std::shared_ptr<Tracks::TakeFiles> takes,
     mTakes = std::move(takes);
     mScan = std::move(scan);
     showSide(mCount ? mCount->value() : 0);
+    mPreview.reset();
     Q_EMIT sideRead();
 }
 
@@ -180,6 +204,7 @@ void TrackCheckPanel::showSide(int trackCount)
     stopListening();
     mView->setSide(&mScan->overview, mScan->sampleRate, Tracks::TrackFinder::Find(*mScan, *mTakes, trackCount),
                    mTakes->liveSplits());
+    mView->setEditable(true);
     updateControls();
 }
 
@@ -190,7 +215,7 @@ std::size_t TrackCheckPanel::trackCount() const
 
 void TrackCheckPanel::updateControls()
 {
-    const bool ready = mView && mView->hasSide();
+    const bool ready = mScan && mView && mView->hasSide();
     const auto selected = ready ? mView->selectedMarker() : std::nullopt;
     SetEnabled(mSplit, ready && !selected && trackCount() < Tracks::TrackMarkers::kTrackLimit);
     SetEnabled(mJoin, ready && selected && mView->markers().isBoundary(*selected));

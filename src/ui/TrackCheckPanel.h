@@ -60,6 +60,8 @@ class TrackCheckPanel : public QObject {
   private:
     void showSide(int trackCount);
     void updateControls();
+    void showOverview(std::shared_ptr<const Tracks::WaveformOverview> overview,
+                      std::shared_ptr<Tracks::TakeFiles> takes);
     void finishReading(std::shared_ptr<Tracks::TakeFiles> takes, std::shared_ptr<Tracks::SideScan> scan,
                        const QString& error);
     void stopReading();
@@ -72,6 +74,7 @@ class TrackCheckPanel : public QObject {
 
     std::shared_ptr<Tracks::TakeFiles> mTakes;
     std::shared_ptr<Tracks::SideScan> mScan;
+    std::shared_ptr<const Tracks::WaveformOverview> mPreview; // drawn while the tracks are found
     std::unique_ptr<Tracks::TakePlayer> mPlayer;
     QTimer mPlayTimer;
 

@@ -48,6 +48,13 @@ void TrackCheckView::clear(const QString& message)
     update();
 }
 
+void TrackCheckView::setEditable(bool editable)
+{
+    mEditable = editable;
+    mDragging = false;
+    update();
+}
+
 void TrackCheckView::setSide(const Tracks::WaveformOverview* overview, double sampleRate,
                              Tracks::TrackMarkers markers, std::vector<std::int64_t> liveSplits)
 {
@@ -251,7 +258,8 @@ void TrackCheckView::paintEvent(QPaintEvent*)
                          Qt::AlignLeft | Qt::AlignVCenter, trackLabel(track));
     }
 
-    // The markers; the chosen one in the accent colour with a handle.
+    // The markers; the chosen one in the accent colour with a handle. Faint until final.
+    painter.setOpacity(mEditable ? 1.0 : 0.35);
     for (std::size_t marker = 0; marker < mMarkers.count(); ++marker) {
         const double x = xOf(mMarkers.position(marker));
         if (x < wave.left() - 1 || x > wave.right() + 1)
@@ -265,6 +273,8 @@ void TrackCheckView::paintEvent(QPaintEvent*)
         const QPointF handle[] = {{x - 5, wave.top() - 6}, {x + 5, wave.top() - 6}, {x, wave.top() + 2}};
         painter.drawPolygon(handle, 3);
     }
+
+    painter.setOpacity(1.0);
 
     // The listening point, and what plays.
     painter.setPen(QPen(QColor(0x2c, 0x34, 0x40), 1.0, Qt::DotLine));
@@ -292,7 +302,7 @@ void TrackCheckView::paintEvent(QPaintEvent*)
 
 void TrackCheckView::mousePressEvent(QMouseEvent* event)
 {
-    if (!mOverview || event->button() != Qt::LeftButton)
+    if (!mOverview || !mEditable || event->button() != Qt::LeftButton)
         return;
     const std::int64_t frame = frameAt(event->position().x());
     const auto grab = std::llround(kGrabPixels * double(mViewFrames) / std::max(waveRect().width(), 1.0));
@@ -317,7 +327,7 @@ void TrackCheckView::mouseReleaseEvent(QMouseEvent*)
 
 void TrackCheckView::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    if (!mOverview || event->button() != Qt::LeftButton)
+    if (!mOverview || !mEditable || event->button() != Qt::LeftButton)
         return;
     setCursor(frameAt(event->position().x()));
     splitAtCursor();
@@ -335,7 +345,7 @@ void TrackCheckView::wheelEvent(QWheelEvent* event)
 
 void TrackCheckView::keyPressEvent(QKeyEvent* event)
 {
-    if (!mOverview) {
+    if (!mOverview || !mEditable) {
         QWidget::keyPressEvent(event);
         return;
     }

@@ -26,6 +26,9 @@ class TrackCheckView : public QWidget {
     void setSide(const Tracks::WaveformOverview* overview, double sampleRate, Tracks::TrackMarkers markers,
                  std::vector<std::int64_t> liveSplits);
     bool hasSide() const { return mOverview != nullptr; }
+    // Shown but not yet to be changed (while the tracks are still being found).
+    void setEditable(bool editable);
+    bool editable() const { return mEditable; }
 
     const Tracks::TrackMarkers& markers() const { return mMarkers; }
     std::optional<std::size_t> selectedMarker() const { return mSelected; }
@@ -79,6 +82,7 @@ class TrackCheckView : public QWidget {
     std::int64_t mViewStart = 0;
     std::int64_t mViewFrames = 1;
     bool mDragging = false;
+    bool mEditable = true;
 };
 
 } // namespace Tolm::Ui
