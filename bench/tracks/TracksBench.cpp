@@ -96,25 +96,18 @@ BENCHMARK(BM_OverviewOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
 // Cutting the 25 minutes again at other boundaries: a copy of every frame.
 void BM_CutTakes(benchmark::State& state)
 {
-    const auto originals = MakeTakesOnce();
+    const Tolm::Tracks::TakeFiles takes(MakeTakesOnce());
     const std::string folder = "/tmp/tolm-bench-cut";
+    std::vector<std::int64_t> markers;
+    for (int i = 0; i <= 8; ++i)
+        markers.push_back(takes.frames() * i / 8);
     for (auto _ : state) {
-        // Links to the takes, which the cut removes once its tracks are complete.
         state.PauseTiming();
         std::filesystem::remove_all(folder);
         std::filesystem::create_directories(folder);
-        std::vector<std::string> paths;
-        for (const std::string& original : originals) {
-            paths.push_back(folder + "/take-" + std::to_string(paths.size() + 1) + ".wav");
-            std::filesystem::create_hard_link(original, paths.back());
-        }
-        const Tolm::Tracks::TakeFiles takes(paths);
-        std::vector<std::int64_t> markers;
-        for (int i = 0; i <= 8; ++i)
-            markers.push_back(takes.frames() * i / 8);
         state.ResumeTiming();
-        Tolm::Tracks::TakeCutter::cut(takes, markers,
-                                      [&](unsigned n) { return folder + "/" + std::to_string(n) + ".wav"; });
+        Tolm::Tracks::TakeCutter::write(takes, markers,
+                                        [&](unsigned n) { return folder + "/" + std::to_string(n) + ".wav"; });
     }
     std::filesystem::remove_all(folder);
     state.counters["x_realtime"] =

@@ -287,5 +287,41 @@
         <source>IDS_TAB13_NOTHING</source>
         <translation>Es wurde nichts aufgenommen.</translation>
     </message>
+    <message>
+        <source>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</source>
+        <translation>Die Festplatte ist voll. Die Aufnahme wurde angehalten; die %1 bisher aufgenommenen Titel bleiben erhalten.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written (%2). Recording stopped; the %1 tracks recorded so far are kept.</source>
+        <translation>Die Aufnahme konnte nicht geschrieben werden (%2). Die Aufnahme wurde angehalten; die %1 bisher aufgenommenen Titel bleiben erhalten.</translation>
+    </message>
+    <message>
+        <source>Discard the recording of %1 tracks?</source>
+        <translation>Die Aufnahme mit %1 Titeln verwerfen?</translation>
+    </message>
+    <message>
+        <source>A recording of %1 tracks, %2, from %3 was not finished.</source>
+        <translation>Eine Aufnahme mit %1 Titeln, %2, vom %3 wurde nicht abgeschlossen.</translation>
+    </message>
+    <message>
+        <source>Recover</source>
+        <translation>Wiederherstellen</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Verwerfen</translation>
+    </message>
+    <message>
+        <source>Only about %1 minutes of recording fit on the disk that keeps the recordings. Free some space first, or the recording may stop before the side ends.</source>
+        <translation>Auf dem Datenträger für die Aufnahmen ist nur noch Platz für etwa %1 Minuten. Schaffen Sie zuerst Platz, sonst endet die Aufnahme womöglich vor dem Ende der Seite.</translation>
+    </message>
+    <message>
+        <source>The recording could not start.</source>
+        <translation>Die Aufnahme konnte nicht beginnen.</translation>
+    </message>
+    <message>
+        <source>The recording could not be recovered.</source>
+        <translation>Die Aufnahme konnte nicht wiederhergestellt werden.</translation>
+    </message>
 </context>
 </TS>

@@ -287,5 +287,41 @@
         <source>IDS_TAB13_NOTHING</source>
         <translation>Nothing was recorded.</translation>
     </message>
+    <message>
+        <source>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</source>
+        <translation>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</translation>
+    </message>
+    <message>
+        <source>The recording could not be written (%2). Recording stopped; the %1 tracks recorded so far are kept.</source>
+        <translation>The recording could not be written (%2). Recording stopped; the %1 tracks recorded so far are kept.</translation>
+    </message>
+    <message>
+        <source>Discard the recording of %1 tracks?</source>
+        <translation>Discard the recording of %1 tracks?</translation>
+    </message>
+    <message>
+        <source>A recording of %1 tracks, %2, from %3 was not finished.</source>
+        <translation>A recording of %1 tracks, %2, from %3 was not finished.</translation>
+    </message>
+    <message>
+        <source>Recover</source>
+        <translation>Recover</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Discard</translation>
+    </message>
+    <message>
+        <source>Only about %1 minutes of recording fit on the disk that keeps the recordings. Free some space first, or the recording may stop before the side ends.</source>
+        <translation>Only about %1 minutes of recording fit on the disk that keeps the recordings. Free some space first, or the recording may stop before the side ends.</translation>
+    </message>
+    <message>
+        <source>The recording could not start.</source>
+        <translation>The recording could not start.</translation>
+    </message>
+    <message>
+        <source>The recording could not be recovered.</source>
+        <translation>The recording could not be recovered.</translation>
+    </message>
 </context>
 </TS>

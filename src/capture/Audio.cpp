@@ -12,6 +12,7 @@
 #include "platform/AudioDeviceList.h"
 #include "platform/CAXException.h"
 #include "platform/HostTime.h"
+#include "recording/CAAudioFile.h"
 #include "recording/CAAudioFileRecorder.h"
 
 #include <QFile>
@@ -26,7 +27,7 @@ using Morvo::Audio::Filters::GapDetector;
 
 namespace {
 
-constexpr const char* kTrackFileBase = "/tmp/TolmACTmpFile";
+constexpr const char* kTrackFileBase = "TolmACTmpFile";
 constexpr int kRecorderBuffers = 3;
 constexpr UInt32 kRecorderBufferFrames = 32768;
 constexpr const char* kFileProblemText =
@@ -72,9 +73,18 @@ Audio::~Audio()
 
 // Track files ------------------------------------------------------------------------------
 
-QString Audio::fileNameForTrack(UInt32 track)
+QString Audio::fileNameForTrack(UInt32 track) const
 {
-    return QStringLiteral("%1.%2.wav").arg(QString::fromLatin1(kTrackFileBase)).arg(track);
+    const QString base = mTakeFolder.isEmpty() ? QString::fromLatin1(kTrackFileBase)
+                                               : mTakeFolder + QLatin1Char('/') + QLatin1String(kTrackFileBase);
+    return QStringLiteral("%1.%2.wav").arg(base).arg(track);
+}
+
+OSStatus Audio::recordingWriteError() const
+{
+    if (mLastWriteError != 0)
+        return mLastWriteError;
+    return _recorder103 ? _recorder103->GetWriteError() : 0;
 }
 
 std::unique_ptr<CAAudioFileRecorder> Audio::newRecorder(const QString& path)
@@ -83,7 +93,8 @@ std::unique_ptr<CAAudioFileRecorder> Audio::newRecorder(const QString& path)
     bytes.truncate(1499);
     // A file left from an earlier recording goes first; the recorder then creates the new
     // one exclusively, so a link planted at the path is never followed.
-    unlink(bytes.constData());
+    if (!mTakeFolder.isEmpty())
+        unlink(bytes.constData());
 
     CAStreamBasicDescription format;
     format.mSampleRate = 0.0;
@@ -114,7 +125,9 @@ std::unique_ptr<CAAudioFileRecorder> Audio::newRecorder(const QString& path)
             std::make_unique<CAAudioFileRecorder>(mInputDeviceID, kRecorderBuffers, kRecorderBufferFrames);
         FSRef parent;
         std::string name;
-        const OSStatus found = PosixPathToParentFSRefAndName(bytes.constData(), parent, name);
+        // Never a folder of the program's working directory: takes belong to a session.
+        const OSStatus found = mTakeFolder.isEmpty() ? kCAAudioFileNotFoundError
+                                                     : PosixPathToParentFSRefAndName(bytes.constData(), parent, name);
         XThrowIfError(found, "couldn't find output directory");
         recorder->SetInputGain(m_gainDb);
         recorder->SetFile(parent, name, kAudioFileWAVEType, format);
@@ -138,6 +151,7 @@ bool Audio::recording() const
 void Audio::resetTrackCounter()
 {
     _tracks = 0;
+    mLastWriteError = 0;
 }
 
 UInt32 Audio::numRecordedTracks() const
@@ -145,10 +159,6 @@ UInt32 Audio::numRecordedTracks() const
     return _tracks;
 }
 
-void Audio::setNumRecordedTracks(UInt32 tracks)
-{
-    _tracks = tracks;
-}
 
 UInt64 Audio::currentTrackLengthNanos() const
 {
@@ -168,6 +178,8 @@ bool Audio::newTrack()
     if (_recorder103) {
         _recorder103->Stop();
         mRecording.store(false);
+        if (mLastWriteError == 0)
+            mLastWriteError = _recorder103->GetWriteError();
         _recorder103.reset();
     }
 
@@ -201,6 +213,8 @@ void Audio::stopRecording()
         return;
     }
     mRecording.store(false);
+    if (mLastWriteError == 0)
+        mLastWriteError = _recorder103->GetWriteError();
     _recorder103.reset();
 }
 

@@ -60,10 +60,15 @@ class Audio final : public QObject, public GapEventReceiver {
     bool recording() const;
     void resetTrackCounter();
     UInt32 numRecordedTracks() const;
-    // After the takes were cut again into `tracks` track files, numbered from 1.
-    void setNumRecordedTracks(UInt32 tracks);
+    // For takes that were recovered or cut again: how many of them count.
+    void setNumRecordedTracks(UInt32 tracks) { _tracks = tracks; }
     UInt64 currentTrackLengthNanos() const;
-    static QString fileNameForTrack(UInt32 track);
+    // Takes are written into the folder of the recording session (see TakeFolder.h).
+    void setTakeFolder(const QString& folder) { mTakeFolder = folder; }
+    QString takeFolder() const { return mTakeFolder; }
+    QString fileNameForTrack(UInt32 track) const;
+    // The status of a failed write of the running track (a full disk), 0 when there is none.
+    OSStatus recordingWriteError() const;
     std::unique_ptr<CAAudioFileRecorder> newRecorder(const QString& path);
     void setGainDb(float dB);
     void setNoFilter();
@@ -121,6 +126,8 @@ class Audio final : public QObject, public GapEventReceiver {
     UInt64 _startHostTime = 0;
     UInt32 _tracks = 0;
     QString _outputFilePath;
+    QString mTakeFolder;
+    OSStatus mLastWriteError = 0; // of recorders already stopped in this recording
     std::unique_ptr<GapDetectorListener> gapDetectorListener;
     std::atomic<bool> automaticTrackSplit_{false};
     AudioDelegate* mDelegate = nullptr;

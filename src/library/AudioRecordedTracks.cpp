@@ -11,7 +11,7 @@ UInt32 AudioRecordedTracks::numRecordedTracks()
 
 QString AudioRecordedTracks::fileNameForTrack(UInt32 track)
 {
-    return Capture::Audio::fileNameForTrack(track);
+    return mAudio.fileNameForTrack(track);
 }
 
 void AudioRecordedTracks::resetTrackCounter()

@@ -1,5 +1,7 @@
 #include "recording/CAAudioFileWriter.h"
 
+#include "platform/CAXException.h"
+
 CAAudioFileWriter::CAAudioFileWriter(int nBuffers, UInt32 bufferSizeFrames)
     : CAPushBufferQueue(nBuffers, bufferSizeFrames)
 {
@@ -32,6 +34,7 @@ void CAAudioFileWriter::SetFile(const FSRef& parentDir, const std::string& name,
 void CAAudioFileWriter::Start()
 {
     ResetOverrunCount();
+    mWriteError.store(0, std::memory_order_release);
     mRunning = true;
 }
 
@@ -48,6 +51,10 @@ CABufferQueue::Buffer* CAAudioFileWriter::CreateBuffer(const CAStreamBasicDescri
 
 void CAAudioFileWriter::WriteBuffer(Buffer* buffer)
 {
+    if (mWriteError.load(std::memory_order_relaxed) != 0 || !mFile) {
+        buffer->SetEmpty(); // a gap in the middle would be worse than a clean end
+        return;
+    }
     const UInt32 frames = buffer->FrameCount();
     AudioBufferList& list = mBufferList->GetModifiableBufferList();
     const AudioBufferList& memory = buffer->Memory();
@@ -57,9 +64,14 @@ void CAAudioFileWriter::WriteBuffer(Buffer* buffer)
                                  std::size_t(buffer->mStartOffset) * mBytesPerFrame;
         list.mBuffers[i].mDataByteSize = mBytesPerFrame * frames;
     }
-    mFile->Write(frames, &list);
-    // Never on the audio thread: a header seek and write per buffer keeps a killed
-    // recording readable up to its last written buffer.
-    mFile->UpdateHeader();
+    try {
+        mFile->Write(frames, &list);
+        // Never on the audio thread: a header seek and write per buffer keeps a killed
+        // recording readable up to its last written buffer.
+        mFile->UpdateHeader();
+    } catch (const CAXException& e) {
+        mWriteError.store(e.GetError() != 0 ? e.GetError() : kCAAudioFileIOError, std::memory_order_release);
+        mFile->UpdateHeader(); // in place: the header needs no new room on the disk
+    }
     buffer->SetEmpty();
 }

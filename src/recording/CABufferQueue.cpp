@@ -139,8 +139,13 @@ void CABufferQueue::WorkThread::Run()
                 break;
             Buffer* buffer = mBuffersToProcess.front();
             mBuffersToProcess.erase(mBuffersToProcess.begin());
-            // An exception ends this thread; the guard is released on the way out.
-            buffer->mQueue->ProcessBuffer(buffer);
+            // One queue's failure must not end the thread that every later recording needs;
+            // the queue keeps its own account of what went wrong.
+            try {
+                buffer->mQueue->ProcessBuffer(buffer);
+            } catch (...) {
+                buffer->SetEmpty();
+            }
             buffer->mInProgress.store(false, std::memory_order_release);
         }
     }

@@ -5,11 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <set>
 #include <unistd.h>
 
 namespace Tolm::Tracks {
@@ -18,15 +16,10 @@ namespace {
 
 constexpr std::int64_t kBlockFrames = 65536;
 
-std::string PartPath(const std::string& path)
-{
-    return path + ".part";
-}
-
-// The new files written so far; removed unless they were put in place.
-class PartFiles {
+// The new files written so far; removed unless all of them were.
+class NewFiles {
   public:
-    ~PartFiles()
+    ~NewFiles()
     {
         for (const std::string& path : mPaths)
             ::unlink(path.c_str());
@@ -48,7 +41,7 @@ class PartFiles {
 void WriteTrack(const TakeFiles& takes, std::int64_t from, std::int64_t to, const std::string& path,
                 const std::function<void(std::int64_t)>& copied)
 {
-    ::unlink(path.c_str()); // a part left by an earlier attempt
+    ::unlink(path.c_str()); // left by an earlier attempt
     const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0)
         ThrowWriteError(path, errno);
@@ -95,38 +88,31 @@ bool TakeCutter::changes(const TakeFiles& takes, const std::vector<std::int64_t>
     return markers != own;
 }
 
-std::vector<std::string> TakeCutter::cut(const TakeFiles& takes, const std::vector<std::int64_t>& markers,
-                                         const TrackPath& trackPath, const Progress& progress)
+std::vector<std::string> TakeCutter::write(const TakeFiles& takes, const std::vector<std::int64_t>& markers,
+                                           const TrackPath& newFile, const Progress& progress)
 {
     std::vector<std::string> tracks;
     if (markers.size() < 2)
         return tracks;
     const std::int64_t total = std::max<std::int64_t>(markers.back() - markers.front(), 1);
     std::int64_t done = 0;
-    PartFiles parts;
+    NewFiles written;
     for (std::size_t i = 0; i + 1 < markers.size(); ++i) {
-        const std::string path = trackPath(unsigned(i + 1));
-        parts.add(PartPath(path));
-        WriteTrack(takes, markers[i], markers[i + 1], PartPath(path), [&](std::int64_t frames) {
+        const std::string path = newFile(unsigned(i + 1));
+        for (const TakeFiles::Take& take : takes.takes()) {
+            if (take.path == path)
+                throw TrackError(TrackError::Kind::WriteFailed, path + ": would overwrite a take");
+        }
+        written.add(path);
+        WriteTrack(takes, markers[i], markers[i + 1], path, [&](std::int64_t frames) {
             done += frames;
             if (progress)
                 progress(double(done) / double(total));
         });
         tracks.push_back(path);
     }
-
-    // Every new file is complete: now they may replace the takes.
-    for (const std::string& path : tracks) {
-        if (std::rename(PartPath(path).c_str(), path.c_str()) != 0)
-            ThrowWriteError(path, errno);
-    }
-    parts.release();
-    const std::set<std::string> kept(tracks.begin(), tracks.end());
-    for (const TakeFiles::Take& take : takes.takes()) {
-        if (!kept.count(take.path))
-            ::unlink(take.path.c_str());
-    }
     SyncFolder(tracks.front());
+    written.release();
     return tracks;
 }
 

@@ -2,9 +2,8 @@
 
 // Cuts the takes of a recording again at chosen markers: track n is the audio between
 // marker n-1 and marker n, copied frame for frame (no re-encoding) into a new stereo float
-// WAV. The new files are written beside their final names and fsynced first; only once all
-// are complete do they replace the takes (atomic renames), and only then are takes that no
-// track name reuses removed. A failure on the way leaves the takes as they were.
+// WAV. Every new file is complete and on disk before this returns, so the takes may be
+// replaced by them; a failure on the way removes what was written and leaves the takes alone.
 
 #include "tracks/TakeFiles.h"
 
@@ -24,9 +23,10 @@ class TakeCutter {
     // at exactly the takes' own boundaries leave them as they are.
     static bool changes(const TakeFiles& takes, const std::vector<std::int64_t>& markers);
 
-    // Returns the new track files in order. Throws TrackError; the takes are then untouched.
-    static std::vector<std::string> cut(const TakeFiles& takes, const std::vector<std::int64_t>& markers,
-                                        const TrackPath& trackPath, const Progress& progress = {});
+    // Writes the tracks to the paths `newFile` names (which must not be takes) and returns
+    // them in order. Throws TrackError.
+    static std::vector<std::string> write(const TakeFiles& takes, const std::vector<std::int64_t>& markers,
+                                          const TrackPath& newFile, const Progress& progress = {});
 };
 
 } // namespace Tolm::Tracks

@@ -4,7 +4,7 @@
 #include "capture/InputChain.h"
 #include "capture/Localization.h"
 #include "library/LibraryExport.h"
-#include "recording/CAAudioFile.h"
+#include "capture/TakeFolder.h"
 #include "ui/CustomView.h"
 #include "ui/CustomWindow.h"
 #include "ui/ExportBridge.h"
@@ -24,6 +24,7 @@
 #include <QDesktopServices>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
@@ -85,32 +86,43 @@ void ShowNameFieldsUpTo(const CustomView* view, int firstTag, int lastTag, UInt3
     }
 }
 
-// The length of a recorded track, "4:12", from its file; empty when it cannot be read.
-QString TrackLengthText(UInt32 track)
+// A track's length as the naming panels show it, "4:12" or "1:02:03".
+QString TrackLengthText(double seconds)
 {
-    try {
-        CAAudioFile file;
-        file.Open(FSRef{Capture::Audio::fileNameForTrack(track).toStdString()});
-        const double rate = file.GetFileDataFormat().mSampleRate;
-        if (rate <= 0.0)
-            return {};
-        const long seconds = lround(double(file.GetNumberFrames()) / rate);
-        return seconds >= 3600
-                   ? QString::asprintf("%ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60)
-                   : QString::asprintf("%ld:%02ld", seconds / 60, seconds % 60);
-    } catch (...) {
-        return {};
-    }
+    const long whole = lround(seconds);
+    return whole >= 3600 ? QString::asprintf("%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60)
+                         : QString::asprintf("%ld:%02ld", whole / 60, whole % 60);
 }
 
-void ShowTrackLengths(const CustomView* view, int firstTag, int lastTag, UInt32 tracks)
+void ShowTrackLengths(const CustomView* view, int firstTag, int lastTag,
+                      const QList<Capture::SideSession::Take>& takes)
 {
     for (int tag = firstTag; tag <= lastTag; ++tag) {
         auto* field = view ? qobject_cast<TrackNameField*>(view->viewWithTag(tag)) : nullptr;
-        const UInt32 track = UInt32(tag - 60);
+        const int track = tag - 60;
         if (field)
-            field->setDuration(track <= tracks ? TrackLengthText(track) : QString());
+            field->setDuration(track <= takes.size() ? TrackLengthText(takes[track - 1].seconds) : QString());
     }
+}
+
+// Yes or no, the default answer being no: for questions whose yes throws work away.
+bool AskYesNo(QWidget* parent, const QString& question)
+{
+    QMessageBox box(QMessageBox::Question, QApplication::applicationDisplayName(), question, QMessageBox::NoButton,
+                    parent);
+    QPushButton* yes = box.addButton(Localized("IDS_YES"), QMessageBox::YesRole);
+    QPushButton* no = box.addButton(Localized("IDS_NO"), QMessageBox::NoRole);
+    box.setDefaultButton(no);
+    box.setEscapeButton(no);
+    box.exec();
+    return box.clickedButton() == yes;
+}
+
+QString DurationText(double seconds)
+{
+    const long whole = lround(seconds);
+    return whole >= 3600 ? QString::asprintf("%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60)
+                         : QString::asprintf("%02ld:%02ld", whole / 60, whole % 60);
 }
 
 // Return in a name field goes on to the next field the user can type in, and from the last
@@ -200,7 +212,11 @@ AppDelegate::~AppDelegate()
 void AppDelegate::awakeFromNib()
 {
     audio = std::make_unique<Capture::Audio>(mAlerts.get());
-    audio->setDelegate(this);
+    mSession = std::make_unique<Capture::SideSession>(*audio);
+    connect(mSession.get(), &Capture::SideSession::sideEndedByItself, this, [this] { audioDetectedAlbumEnd(); });
+    // Queued: a failure found while Stop is handled is shown once the Stop is done.
+    connect(mSession.get(), &Capture::SideSession::recordingFailed, this, &AppDelegate::recordingFailed,
+            Qt::QueuedConnection);
 
     const std::pair<const char*, const char*> items[] = {
         {"3", "Tab3"}, {"4", "Tab4"}, {"5", "Tab5"},   {"6", "Tab6"},          {"7", "Tab7"},
@@ -377,6 +393,10 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
     }
 
     const UInt32 tracks = audio->numRecordedTracks();
+    // Names typed for this recording stay when the user comes back to them.
+    const bool freshNames = mNewTracksToName && (panel == 4 || panel == 7);
+    if (freshNames)
+        mNewTracksToName = false;
     switch (panel) {
     case 3:
         if (!_trackField && view)
@@ -387,13 +407,21 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
     case 4:
         // Artist and album stay as typed for the next record; the track name does not.
         SelectText(LineEditWithTag(view, 10));
-        if (QLineEdit* name = LineEditWithTag(view, 12))
+        if (QLineEdit* name = LineEditWithTag(view, 12); name && freshNames)
             name->setText(QString());
+        break;
+    case 5:
+    case 6:
+        // Once the tracks go into the library there is nothing to go back to.
+        if (view) {
+            if (auto* back = view->findChild<QWidget*>(QStringLiteral("backButton")))
+                back->setVisible(false);
+        }
         break;
     case 7:
         SelectText(LineEditWithTag(view, 51));
-        ShowNameFieldsUpTo(view, 61, 70, tracks, true);
-        ShowTrackLengths(view, 61, 70, tracks);
+        ShowNameFieldsUpTo(view, 61, 70, tracks, freshNames);
+        ShowTrackLengths(view, 61, 70, mSession->takes());
         break;
     case 8:
     case 9:
@@ -401,8 +429,8 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
         // Deliberately not cleared: only panel 7 clears its names.
         const int first = 71 + int(panel - 8) * 10;
         SelectText(LineEditWithTag(view, first));
-        ShowNameFieldsUpTo(view, first, first + 9, tracks, false);
-        ShowTrackLengths(view, first, first + 9, tracks);
+        ShowNameFieldsUpTo(view, first, first + 9, tracks, freshNames);
+        ShowTrackLengths(view, first, first + 9, mSession->takes());
         break;
     }
     case 13:
@@ -410,8 +438,8 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
             mTrackCheck = std::make_unique<TrackCheckPanel>(view);
         if (mTrackCheck) {
             std::vector<std::string> takes;
-            for (UInt32 track = 1; track <= tracks; ++track)
-                takes.push_back(Capture::Audio::fileNameForTrack(track).toStdString());
+            for (const Capture::SideSession::Take& take : mSession->takes())
+                takes.push_back(take.path.toStdString());
             mTrackCheck->open(takes, audio->equaliser(), audio->outputDeviceID());
             if (mTrackCheck->trackView())
                 mTrackCheck->trackView()->setFocus(Qt::OtherFocusReason);
@@ -437,6 +465,11 @@ void AppDelegate::meteringOff()
 
 void AppDelegate::doCloseButton(QObject*)
 {
+    // Nothing recorded, or all of it in the library: nothing to lose, nothing to ask.
+    if (!mSession->hasTakes() && !exporting()) {
+        itsWindow->close();
+        return;
+    }
     QMessageBox box(QMessageBox::Question, QApplication::applicationDisplayName(),
                     Localized("IDS_CANCEL_RECORDING"), QMessageBox::NoButton, itsWindow.get());
     box.setInformativeText(Localized(""));
@@ -445,9 +478,12 @@ void AppDelegate::doCloseButton(QObject*)
     box.setDefaultButton(yes);
     box.setEscapeButton(no);
     box.exec();
-    // Nothing is stopped first: closing the one window ends the program, which stops it all.
-    if (box.clickedButton() == yes)
-        itsWindow->close();
+    if (box.clickedButton() != yes)
+        return;
+    // An export that runs keeps the tracks it has not reached, for the next start.
+    if (!exporting())
+        mSession->discard();
+    itsWindow->close();
 }
 
 void AppDelegate::showHelp(QObject*)
@@ -562,6 +598,12 @@ void AppDelegate::doBackButton6(QObject*)
 
 void AppDelegate::doNextButton6(QObject*)
 {
+    // After a recovery at start no device has been chosen yet.
+    if (!audio->playThru()) {
+        meteringOff();
+        setPanel(1);
+        return;
+    }
     setPanel(2);
     meteringOff();
     meteringOn();
@@ -582,18 +624,31 @@ void AppDelegate::doBackButton13(QObject*)
 {
     if (mTrackCheck)
         mTrackCheck->stopListening();
-    setPanel(3);
+    // The recording panel has nothing more to show once stopped: back means recording again.
+    if (!discardRecording())
+        return;
+    setPanel(2);
+    meteringOn();
 }
 
 void AppDelegate::doNextButton13(QObject*)
 {
     if (!mTrackCheck || !mTrackCheck->ready())
         return;
+    // Written beside the takes; the session puts them in their place.
     const auto tracks = mTrackCheck->cut(
-        [](unsigned track) { return Capture::Audio::fileNameForTrack(track).toStdString(); });
+        [this](unsigned track) { return (mSession->takePath(track) + QStringLiteral(".cut")).toStdString(); },
+        [this](const std::vector<std::string>& files, QString& error) {
+            QStringList paths;
+            for (const std::string& file : files)
+                paths << QString::fromStdString(file);
+            if (mSession->replaceTakes(paths))
+                return true;
+            error = mSession->errorText();
+            return false;
+        });
     if (!tracks)
         return; // the user was told; the takes are as they were
-    audio->setNumRecordedTracks(*tracks);
     setPanel(*tracks == 1 ? 4 : 7);
 }
 
@@ -643,13 +698,15 @@ void AppDelegate::doNextButton10(QObject* sender)
 
 // Recording ----------------------------------------------------------------------------------
 
-void AppDelegate::doRecordButton(QObject* sender, bool normalization, bool clickRemoval)
+void AppDelegate::doRecordButton(QObject*, bool normalization, bool clickRemoval)
 {
     Q_EMIT recordingStarting();
-    audio->resetTrackCounter();
-    Capture::ResetVUMax();
+    if (const auto minutes = mSession->minutesThatFit(); minutes && *minutes < Capture::SideSession::kLongSideMinutes)
+        alert(Localized("IDS_WARNING"),
+              Localized("Only about %1 minutes of recording fit on the disk that keeps the recordings. Free some "
+                        "space first, or the recording may stop before the side ends.")
+                  .arg(long(*minutes)));
     const bool split = _Tolm_Tab2NibView && _Tolm_Tab2NibView->getAutomaticallySplitTracks();
-    audio->setAutomaticTrackSplit(split);
     m_applyNormalization = normalization;
     m_applyClickRemoval = clickRemoval;
     setPanel(3);
@@ -658,27 +715,34 @@ void AppDelegate::doRecordButton(QObject* sender, bool normalization, bool click
     Invalidate(_meterUpdateTimer);
     if (_Tolm_Tab3NibView)
         _meterUpdateTimer = _Tolm_Tab3NibView->startMetering();
-    try {
-        doNewTrackButton(sender);
-    } catch (...) {
-        // Panel 3 stays; the controller has told the user about a file it could not make.
-        std::fputs("ERROR: _recorder103->Start()\n", stderr);
-    }
+    // Panel 3 stays either way; a file the controller could not make it has reported itself.
+    if (!mSession->start(split) && !mSession->errorText().isEmpty())
+        alert(Localized("The recording could not start."), mSession->errorText());
+    mNewTracksToName = true;
+    restartElapsedTimer();
 }
 
 void AppDelegate::doNewTrackButton(QObject* sender)
 {
-    const UInt32 tracks = audio->numRecordedTracks();
-    if (tracks == kTrackLimit) {
+    switch (mSession->nextManualSplit()) {
+    case Capture::SideSession::ManualSplit::LimitReached:
         alert(Localized("IDS_WARNING"), Localized("IDS_LIMIT"));
         doNextButton3(sender);
         return;
-    }
-    // The track being recorded goes on while the warning is up: recording has threads of its own.
-    if (tracks == kTrackLimit - 1)
+    case Capture::SideSession::ManualSplit::LastTrack:
+        // The track being recorded goes on while the warning is up: recording has threads of its own.
         alert(Localized("IDS_WARNING"), Localized("IDS_LASTTRACK"));
-    audio->newTrack();
+        break;
+    case Capture::SideSession::ManualSplit::Allowed:
+        break;
+    }
+    if (!mSession->newTrack() && !mSession->errorText().isEmpty())
+        alert(Localized("IDS_WARNING"), mSession->errorText());
+    restartElapsedTimer();
+}
 
+void AppDelegate::restartElapsedTimer()
+{
     Invalidate(_pTimer);
     _pTimer = std::make_unique<QTimer>();
     _pTimer->setInterval(kElapsedInterval);
@@ -698,13 +762,16 @@ void AppDelegate::elaspedTimerFired()
         _trackField->setText(QString::asprintf("%ld", long(audio->numRecordedTracks())));
 }
 
-void AppDelegate::doNextButton3(QObject*)
+void AppDelegate::endRecordingDisplay()
 {
-    audio->stopRecording();
     Invalidate(_pTimer);
     if (_Tolm_Tab3NibView)
         _Tolm_Tab3NibView->stopMetering();
     Invalidate(_meterUpdateTimer);
+}
+
+void AppDelegate::showNaming()
+{
     // With no track, panel 1 is shown and then, deliberately, replaced by panel 7 at once.
     if (audio->numRecordedTracks() == 0) {
         setPanel(1);
@@ -715,9 +782,29 @@ void AppDelegate::doNextButton3(QObject*)
     setPanel(13);
 }
 
+void AppDelegate::doNextButton3(QObject*)
+{
+    mSession->stop();
+    endRecordingDisplay();
+    showNaming();
+}
+
+bool AppDelegate::discardRecording()
+{
+    if (mSession->hasTakes() &&
+        !AskYesNo(itsWindow.get(),
+                  Localized("Discard the recording of %1 tracks?").arg(audio->numRecordedTracks())))
+        return false;
+    mSession->discard();
+    return true;
+}
+
 void AppDelegate::doBackButton3(QObject*)
 {
-    // The recording and its elapsed-time display go on behind panel 2.
+    // Asked first: the recorder would otherwise go on writing behind panel 2.
+    if (!discardRecording())
+        return;
+    endRecordingDisplay();
     setPanel(2);
     meteringOn();
 }
@@ -728,6 +815,61 @@ void AppDelegate::audioDetectedAlbumEnd()
         doNextButton3(nullptr);
     else
         doBackButton3(nullptr);
+}
+
+void AppDelegate::recordingFailed(UInt32 tracksKept, const QString& message)
+{
+    endRecordingDisplay();
+    alert(Localized("IDS_WARNING"), message);
+    if (tracksKept == 0) {
+        mSession->discard();
+        setPanel(2);
+        meteringOn();
+        return;
+    }
+    // Names typed meanwhile were for the tracks as they were before the failure.
+    mNewTracksToName = true;
+    showNaming();
+}
+
+void AppDelegate::offerRecovery()
+{
+    QList<Capture::TakeFolder::Summary> left;
+    try {
+        left = Capture::TakeFolder::Abandoned();
+    } catch (const Capture::TakeFolderError& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return;
+    }
+    for (const auto& recording : left) {
+        QMessageBox box(QMessageBox::Question, QApplication::applicationDisplayName(),
+                        Localized("A recording of %1 tracks, %2, from %3 was not finished.")
+                            .arg(recording.tracks)
+                            .arg(DurationText(recording.seconds),
+                                 QLocale().toString(recording.started, QStringLiteral("d MMM HH:mm"))),
+                        QMessageBox::NoButton, itsWindow.get());
+        QPushButton* recover = box.addButton(Localized("Recover"), QMessageBox::AcceptRole);
+        QPushButton* discard = box.addButton(Localized("Discard"), QMessageBox::DestructiveRole);
+        box.setDefaultButton(recover);
+        box.exec();
+        if (box.clickedButton() == discard) {
+            try {
+                Capture::TakeFolder::Open(recording.name)->removeAll();
+            } catch (const Capture::TakeFolderError& e) {
+                std::fprintf(stderr, "%s\n", e.what());
+            }
+        } else if (box.clickedButton() == recover) {
+            if (!mSession->recover(recording.name)) {
+                alert(Localized("The recording could not be recovered."), mSession->errorText());
+                continue;
+            }
+            m_applyNormalization = false;
+            mNewTracksToName = true;
+            showNaming();
+            return;
+        }
+        // Closed without an answer: asked again at the next start.
+    }
 }
 
 void AppDelegate::setRecordingGainDb(float db)
@@ -807,6 +949,9 @@ void AppDelegate::pollingTimerFired()
     if (!mExport || !mExport->pollingTimerFired())
         return;
     Invalidate(mPollingTimer);
+    // Takes in the library are gone; the session's folder goes with them, unless the
+    // library kept some out, which then wait for the next start.
+    mSession->finish();
     setPanel(6);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/Audio.h"
+#include "capture/SideSession.h"
 #include "platform/CoreAudioTypes.h"
 #include "ui/PanelController.h"
 
@@ -92,8 +93,13 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     void doNextButton13(QObject* sender) override;
     void setRecordingGainDb(float db) override;
 
-    // AudioDelegate
+    // AudioDelegate: told by the session when the side has ended by itself.
     void audioDetectedAlbumEnd() override;
+    // The session stopped on a write failure (a full disk): says so, then names what was kept.
+    void recordingFailed(UInt32 tracksKept, const QString& message);
+    // At start: offers, one after the other, the recordings a crashed run left behind;
+    // Recover goes on to naming with those takes.
+    void offerRecovery();
 
     void elaspedTimerFired();
 
@@ -106,6 +112,7 @@ class AppDelegate final : public QObject, public PanelController, public Capture
 
     CustomWindow* window() const { return itsWindow.get(); }
     Capture::Audio& audioController() const { return *audio; }
+    Capture::SideSession& session() const { return *mSession; }
     // The panel shown, 0 when none is.
     unsigned selectedPanel() const;
     // A panel's view once it is loaded.
@@ -128,12 +135,21 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     void meteringOn();
     void meteringOff();
     void exportToLibrary(QObject* sender);
+    void restartElapsedTimer();
+    void endRecordingDisplay();
+    // Asks before throwing a recording away; true when it was discarded (or there was none).
+    bool discardRecording();
+    // The naming panel for the session's tracks, fresh names for a new recording.
+    void showNaming();
 
     // Lets the export's thread reach the widgets; declared first, so it goes last.
     std::unique_ptr<MainThreadCaller> mMainThread;
     std::unique_ptr<MainThreadAlertPresenter> mAlerts;
 
     std::unique_ptr<Capture::Audio> audio;
+    std::unique_ptr<Capture::SideSession> mSession; // after the controller it drives
+    // The naming panels hold names for the takes of an earlier recording until this is set.
+    bool mNewTracksToName = false;
     std::unique_ptr<CustomWindow> itsWindow;
     QStackedWidget* _multipleNibTabView = nullptr; // owned by the window
     // Panel views live for the program's life; declared after the window, so they go first.

@@ -33,8 +33,12 @@ void ExportBridge::takeNamesFromPanels()
     QStringList titles;
     for (UInt32 track = 1; track <= count; ++track)
         titles << FieldText(mWizard, Library::TitleField(track, count));
+    QStringList files;
+    for (UInt32 track = 1; track <= count; ++track)
+        files << mWizard.audioController().fileNameForTrack(track);
     std::lock_guard lock(mMutex);
     mTrackCount.store(count);
+    mFiles = files;
     mArtist = FieldText(mWizard, Library::ArtistField(count));
     mAlbum = FieldText(mWizard, Library::AlbumField(count));
     mTitles = titles;
@@ -47,7 +51,8 @@ UInt32 ExportBridge::numRecordedTracks()
 
 QString ExportBridge::fileNameForTrack(UInt32 track)
 {
-    return Capture::Audio::fileNameForTrack(track);
+    std::lock_guard lock(mMutex);
+    return track >= 1 && track <= UInt32(mFiles.size()) ? mFiles[int(track - 1)] : QString();
 }
 
 void ExportBridge::resetTrackCounter()

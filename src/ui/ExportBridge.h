@@ -44,10 +44,11 @@ class ExportBridge final : public Library::RecordedTracks,
     AppDelegate& mWizard;
     MainThreadCaller& mMainThread;
     std::atomic<UInt32> mTrackCount{0};
-    std::mutex mMutex; // guards the names
+    std::mutex mMutex; // guards the names and files
     QString mArtist;
     QString mAlbum;
     QStringList mTitles; // track 1 first
+    QStringList mFiles;  // the takes, track 1 first
 };
 
 } // namespace Tolm::Ui

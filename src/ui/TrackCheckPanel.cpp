@@ -10,6 +10,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QFile>
 #include <QLabel>
 #include <QProgressDialog>
 #include <QSpinBox>
@@ -272,9 +273,10 @@ bool TrackCheckPanel::listening() const
     return mPlayer && mPlayer->playing();
 }
 
-std::optional<unsigned> TrackCheckPanel::cut(const std::function<std::string(unsigned)>& trackPath)
+std::optional<unsigned> TrackCheckPanel::cut(const std::function<std::string(unsigned)>& newFile,
+                                             const ReplaceTakes& replace)
 {
-    if (!mView || !mView->hasSide() || !mTakes)
+    if (!ready() || !mView || !mView->hasSide())
         return std::nullopt;
     stopListening();
     const std::vector<std::int64_t> markers = mView->markers().positions();
@@ -284,22 +286,27 @@ std::optional<unsigned> TrackCheckPanel::cut(const std::function<std::string(uns
     QProgressDialog progress(Localized("IDS_TAB13_CUTTING"), QString(), 0, 1000, mPanel);
     progress.setWindowModality(Qt::WindowModal);
     progress.setMinimumDuration(300);
+    QString error;
     try {
-        const auto tracks = Tracks::TakeCutter::cut(*mTakes, markers, trackPath, [&](double fraction) {
+        const auto files = Tracks::TakeCutter::write(*mTakes, markers, newFile, [&](double fraction) {
             progress.setValue(int(fraction * 1000.0));
         });
         progress.setValue(1000);
-        // The takes are now these tracks; coming back reads them again.
-        mTakes.reset();
-        mScan.reset();
-        mView->clear(QString());
-        return unsigned(tracks.size());
+        if (replace(files, error)) {
+            // The takes are now these tracks; coming back reads them again.
+            mTakes.reset();
+            mScan.reset();
+            mView->clear(QString());
+            return unsigned(files.size());
+        }
+        for (const std::string& file : files)
+            QFile::remove(QString::fromStdString(file));
     } catch (const std::exception& e) {
-        progress.cancel();
-        AppDelegate::alert(Localized("IDS_WARNING"), Localized("IDS_TAB13_CUT_FAILED") + QLatin1Char('\n') +
-                                                         QString::fromStdString(e.what()));
-        return std::nullopt;
+        error = QString::fromStdString(e.what());
     }
+    progress.cancel();
+    AppDelegate::alert(Localized("IDS_WARNING"), Localized("IDS_TAB13_CUT_FAILED") + QLatin1Char('\n') + error);
+    return std::nullopt;
 }
 
 } // namespace Tolm::Ui

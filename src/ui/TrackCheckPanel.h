@@ -46,9 +46,13 @@ class TrackCheckPanel : public QObject {
     TrackCheckView* trackView() const { return mView; }
     std::size_t trackCount() const;
 
-    // Cuts the takes at the markers into the track files `trackPath` names, and returns how
-    // many there are; nothing (after telling the user) when it could not.
-    std::optional<unsigned> cut(const std::function<std::string(unsigned)>& trackPath);
+    // Puts complete new track files, in order, in place of the takes; false with a message.
+    using ReplaceTakes = std::function<bool(const std::vector<std::string>& files, QString& error)>;
+
+    // Cuts the takes at the markers into new files named by `newFile` (beside the takes), has
+    // them replace the takes, and returns how many tracks there are; nothing (after telling
+    // the user) when it could not, the takes then as they were.
+    std::optional<unsigned> cut(const std::function<std::string(unsigned)>& newFile, const ReplaceTakes& replace);
 
     void listen();
     void stopListening();

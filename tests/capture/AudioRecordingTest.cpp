@@ -28,7 +28,7 @@ TrackFile ReadTrack(UInt32 track)
 {
     TrackFile file;
     SF_INFO info{};
-    SNDFILE* sf = sf_open(Audio::fileNameForTrack(track).toUtf8().constData(), SFM_READ, &info);
+    SNDFILE* sf = sf_open(Tolm::Test::TakePath(track).toUtf8().constData(), SFM_READ, &info);
     if (!sf)
         return file;
     file.rate = info.samplerate;
@@ -42,7 +42,7 @@ TrackFile ReadTrack(UInt32 track)
 void RemoveTrackFiles()
 {
     for (UInt32 n = 1; n <= 12; ++n)
-        std::filesystem::remove(Audio::fileNameForTrack(n).toStdString());
+        std::filesystem::remove(Tolm::Test::TakePath(n).toStdString());
 }
 
 class AudioRecording : public Tolm::Test::VirtualRig {
@@ -55,6 +55,7 @@ class AudioRecording : public Tolm::Test::VirtualRig {
         codec = AddInput("USB Audio CODEC ",
                          [](UInt64, UInt32 channel) { return channel == 0 ? kLeft : kRight; });
         audio = std::make_unique<Audio>(&alerts);
+        audio->setTakeFolder(Tolm::Test::TakeFolder());
         delegate.audio = audio.get();
         audio->setDelegate(&delegate);
         ASSERT_EQ(audio->detectAudioDevice(), Audio::kDetectSelected);
@@ -96,11 +97,11 @@ TEST_F(AudioRecording, TrackFilesHoldTheInputAndAGainChangeStartsWithTheNextTrac
 {
     const std::string victim = std::filesystem::temp_directory_path() / "tolm-capture-victim.txt";
     std::ofstream(victim) << "precious";
-    std::filesystem::create_symlink(victim, Audio::fileNameForTrack(1).toStdString());
+    std::filesystem::create_symlink(victim, Tolm::Test::TakePath(1).toStdString());
     audio->setRIAAFilter();
     Record(true);
     EXPECT_TRUE(audio->recording());
-    EXPECT_EQ(audio->outputFilePath(), QStringLiteral("/tmp/TolmACTmpFile.1.wav"));
+    EXPECT_EQ(audio->outputFilePath(), Tolm::Test::TakePath(1));
     Pump(20);
     audio->setGainDb(6.0f);
     Capture::GetVUMaxL(); // clear the peak held from before the change
@@ -108,7 +109,7 @@ TEST_F(AudioRecording, TrackFilesHoldTheInputAndAGainChangeStartsWithTheNextTrac
     const float louder = std::pow(10.0f, 6.0f / 20.0f);
     EXPECT_NEAR(Capture::GetVUMaxL(), kLeft * louder, 1e-5f) << "meters follow the monitored gain";
     ASSERT_TRUE(audio->newTrack());
-    EXPECT_EQ(audio->outputFilePath(), QStringLiteral("/tmp/TolmACTmpFile.2.wav"));
+    EXPECT_EQ(audio->outputFilePath(), Tolm::Test::TakePath(2));
     Pump(20);
     audio->stopRecording();
     EXPECT_FALSE(audio->recording());
@@ -126,7 +127,7 @@ TEST_F(AudioRecording, TrackFilesHoldTheInputAndAGainChangeStartsWithTheNextTrac
     ASSERT_FALSE(second.samples.empty());
     EXPECT_FLOAT_EQ(second.samples[0], kLeft * louder);
     EXPECT_FLOAT_EQ(second.samples[1], kRight * louder);
-    EXPECT_FALSE(std::filesystem::is_symlink(Audio::fileNameForTrack(1).toStdString()));
+    EXPECT_FALSE(std::filesystem::is_symlink(Tolm::Test::TakePath(1).toStdString()));
     std::string content;
     std::getline(std::ifstream(victim), content);
     EXPECT_EQ(content, "precious");

@@ -11,6 +11,8 @@
 #include <QCoreApplication>
 #include <QString>
 #include <chrono>
+#include <filesystem>
+#include <stdlib.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -18,6 +20,21 @@
 #include <vector>
 
 namespace Tolm::Test {
+
+// Where this test program's controllers write their takes, as a session would give them.
+inline QString TakeFolder()
+{
+    static const QString path = [] {
+        std::string pattern = (std::filesystem::temp_directory_path() / "tolm-takes-XXXXXX").string();
+        return QString::fromStdString(mkdtemp(pattern.data()));
+    }();
+    return path;
+}
+
+inline QString TakePath(UInt32 track)
+{
+    return TakeFolder() + QStringLiteral("/TolmACTmpFile.%1.wav").arg(track);
+}
 
 inline QCoreApplication& App()
 {

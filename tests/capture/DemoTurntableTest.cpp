@@ -16,7 +16,7 @@ namespace {
 double TrackSeconds(UInt32 track)
 {
     SF_INFO info{};
-    SNDFILE* sf = sf_open(Audio::fileNameForTrack(track).toUtf8().constData(), SFM_READ, &info);
+    SNDFILE* sf = sf_open(Tolm::Test::TakePath(track).toUtf8().constData(), SFM_READ, &info);
     if (!sf)
         return -1.0;
     sf_close(sf);
@@ -33,6 +33,7 @@ void RecordTheSide(DemoTurntable::Kind kind)
     {
         Tolm::Test::CountingDelegate delegate;
         Audio audio;
+        audio.setTakeFolder(Tolm::Test::TakeFolder());
         delegate.audio = &audio;
         audio.setDelegate(&delegate);
         ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);
@@ -77,7 +78,7 @@ void RecordTheSide(DemoTurntable::Kind kind)
     Platform::SetHardware(nullptr);
     Platform::SetUsbBus(nullptr);
     for (UInt32 n = 1; n <= 8; ++n)
-        std::filesystem::remove(Audio::fileNameForTrack(n).toStdString());
+        std::filesystem::remove(Tolm::Test::TakePath(n).toStdString());
 }
 
 } // namespace

@@ -55,7 +55,7 @@ TrackFile ReadTrack(UInt32 track)
 {
     TrackFile result;
     SF_INFO info{};
-    SNDFILE* sf = sf_open(Audio::fileNameForTrack(track).toUtf8().constData(), SFM_READ, &info);
+    SNDFILE* sf = sf_open(Tolm::Test::TakePath(track).toUtf8().constData(), SFM_READ, &info);
     if (!sf)
         return result;
     std::vector<float> samples(size_t(info.frames) * size_t(info.channels));
@@ -81,7 +81,7 @@ TrackFile ReadTrack(UInt32 track)
 void RemoveTrackFiles()
 {
     for (UInt32 n = 1; n <= 8; ++n)
-        std::filesystem::remove(Audio::fileNameForTrack(n).toStdString());
+        std::filesystem::remove(Tolm::Test::TakePath(n).toStdString());
 }
 
 } // namespace
@@ -103,6 +103,7 @@ TEST(WholeSide, FourTracksSplitAtTheGapsAndTheSideEndsByItself)
     {
         Tolm::Test::CountingDelegate delegate;
         Audio audio;
+        audio.setTakeFolder(Tolm::Test::TakeFolder());
         delegate.audio = &audio;
         audio.setDelegate(&delegate);
         ASSERT_EQ(audio.detectAudioDevice(), Audio::kDetectSelected);

@@ -200,19 +200,18 @@ TEST(BufferQueue, RemovingOneQueuesBuffersLeavesTheOthersAndDropsThoseNotYetTake
     ASSERT_TRUE(PollUntil([&] { return kept.Count() == 3; }));
 }
 
-TEST(BufferQueue, AFailingBufferEndsTheWorkThreadWithoutHoldingItsGuard)
+// One queue's failing write must not take the thread every later recording needs.
+TEST(BufferQueue, AFailingBufferLeavesTheWorkThreadToTheBuffersAfterIt)
 {
     IdleWorkThread work;
-    RecordingQueue queue(3, 4, work.thread);
-    queue.throwOnProcess = true;
-    queue.PushBuffer(8, Block(0, 8).List());
+    RecordingQueue failing(3, 4, work.thread), later(3, 4, work.thread);
+    failing.throwOnProcess = true;
+    failing.PushBuffer(8, Block(0, 8).List());
     work.Start();
-    ASSERT_TRUE(PollUntil([&] { return !work.thread->IsRunning(); }));
-    work.started = false; // ended by itself
-    // Would hang if the guard had been left locked.
-    work.thread->RemoveBuffers(&queue);
-    queue.throwOnProcess = false;
-    EXPECT_EQ(queue.Count(), 0u);
+    later.PushBuffer(8, Block(0, 8).List());
+    ASSERT_TRUE(PollUntil([&] { return later.Count() == 2; }));
+    EXPECT_TRUE(work.thread->IsRunning());
+    work.thread->RemoveBuffers(&failing);
 }
 
 } // namespace

@@ -64,8 +64,8 @@ struct ThreeTakes {
 } // namespace
 
 // Boundaries across and inside takes: every track holds exactly the frames between its
-// markers, the takes are replaced, and a take no track reuses is gone.
-TEST(TakeCutter, CutsSampleExactAcrossTakesAndReplacesThem)
+// markers, and the takes are left for their owner to replace.
+TEST(TakeCutter, CutsSampleExactAcrossTakes)
 {
     ThreeTakes side;
     const TakeFiles takes(side.paths);
@@ -75,8 +75,8 @@ TEST(TakeCutter, CutsSampleExactAcrossTakesAndReplacesThem)
 
     const std::vector<std::int64_t> markers{1234, 69999, 300000};
     std::vector<double> progress;
-    const auto tracks = TakeCutter::cut(takes, markers, [&](unsigned n) { return side.track(n); },
-                                        [&](double f) { progress.push_back(f); });
+    const auto tracks = TakeCutter::write(takes, markers, [&](unsigned n) { return side.track(n) + ".cut"; },
+                                          [&](double f) { progress.push_back(f); });
     ASSERT_EQ(tracks.size(), 2u);
     EXPECT_DOUBLE_EQ(progress.back(), 1.0);
     for (std::size_t t = 0; t < tracks.size(); ++t) {
@@ -87,10 +87,11 @@ TEST(TakeCutter, CutsSampleExactAcrossTakesAndReplacesThem)
             ASSERT_EQ(samples[std::size_t(2 * i + 1)], -Left(markers[t] + i));
         }
     }
-    EXPECT_FALSE(std::filesystem::exists(side.track(3)));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(side.folder.Path()),
                             std::filesystem::directory_iterator()),
-              2);
+              5);
+    EXPECT_THROW(TakeCutter::write(takes, markers, [&](unsigned n) { return side.track(n); }), TrackError);
+    EXPECT_EQ(ReadAll(side.paths[0]).size(), std::size_t(side.lengths[0] * 2));
 }
 
 // A cut that fails on its second track (here: a folder that is gone) leaves the takes as they
@@ -100,8 +101,8 @@ TEST(TakeCutter, AFailedCutLosesNothing)
     ThreeTakes side;
     const TakeFiles takes(side.paths);
     const std::string gone = side.folder / "gone/2.wav";
-    EXPECT_THROW(TakeCutter::cut(takes, {0, 100000, 310001},
-                                 [&](unsigned n) { return n == 1 ? side.track(1) : gone; }),
+    EXPECT_THROW(TakeCutter::write(takes, {0, 100000, 310001},
+                                   [&](unsigned n) { return n == 1 ? side.track(1) + ".cut" : gone; }),
                  TrackError);
     std::int64_t first = 0;
     for (std::size_t i = 0; i < side.paths.size(); ++i) {
@@ -110,5 +111,5 @@ TEST(TakeCutter, AFailedCutLosesNothing)
         EXPECT_EQ(samples.front(), Left(first));
         first += side.lengths[i];
     }
-    EXPECT_FALSE(std::filesystem::exists(side.track(1) + ".part"));
+    EXPECT_FALSE(std::filesystem::exists(side.track(1) + ".cut"));
 }

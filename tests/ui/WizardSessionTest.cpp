@@ -167,7 +167,7 @@ class WizardSessionTest : public QObject {
         QCOMPARE(side->markers().trackCount(), 3u);
         std::vector<float> recorded;
         for (UInt32 take = 1; take <= 3; ++take) {
-            const std::vector<float> samples = ReadSamples(Audio::fileNameForTrack(take));
+            const std::vector<float> samples = ReadSamples(audio.fileNameForTrack(take));
             recorded.insert(recorded.end(), samples.begin(), samples.end());
         }
 
@@ -226,7 +226,7 @@ class WizardSessionTest : public QObject {
         }
         // Each recording was let go once it was in the library.
         for (UInt32 track = 1; track <= 3; ++track)
-            QVERIFY(!QFile::exists(Audio::fileNameForTrack(track)));
+            QVERIFY(!QFile::exists(audio.fileNameForTrack(track)));
 
         // Another record: "yes" is the default answer, and the level panel listens again.
         QVERIFY(wizard.press("nextButton"));
@@ -267,15 +267,16 @@ class WizardSessionTest : public QObject {
             // Without events handled, the next alert the export asks for stays unanswered:
             // closing must not wait for it.
             QTest::qSleep(2500);
+            const QString take = wizard.audio().fileNameForTrack(1);
             wizard.app.reset();
-            QVERIFY(QFile::exists(Audio::fileNameForTrack(1)));
+            QVERIFY(QFile::exists(take));
         } else {
             QVERIFY(QDir().mkpath(library.folder));
             QVERIFY(WaitFor([&] { return wizard->selectedPanel() == 6; }, 60000));
             const QStringList files = LibraryFiles(library.folder);
             QCOMPARE(files.size(), 1);
             QCOMPARE(ReadTags(QDir(library.folder).filePath(files[0])).title, QStringLiteral("Encore"));
-            QVERIFY(!QFile::exists(Audio::fileNameForTrack(1)));
+            QVERIFY(!QFile::exists(wizard.audio().fileNameForTrack(1)));
         }
     }
 };

@@ -20,6 +20,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 #include <functional>
@@ -126,18 +127,13 @@ class MessageBoxAnswerer : public QObject {
     QTimer mTimer;
 };
 
-inline void RemoveTrackFiles()
-{
-    for (UInt32 track = 1; track <= 45; ++track)
-        QFile::remove(Audio::fileNameForTrack(track));
-}
-
 // The wizard with its devices on the bus, their inputs playing `source`, and its window shown.
 struct Wizard {
     explicit Wizard(std::initializer_list<Device> devices,
                     std::shared_ptr<Tolm::Platform::SignalSource> source = nullptr)
     {
-        RemoveTrackFiles();
+        // Takes go into a state folder of the test's own.
+        qputenv("XDG_STATE_HOME", QFile::encodeName(state.path()));
         for (const Device& device : devices) {
             rig.bus->Add(device.vendor, device.product);
             inputs.push_back(rig.addInput(device.input, source));
@@ -145,11 +141,7 @@ struct Wizard {
         app = std::make_unique<AppDelegate>();
         app->window()->show();
     }
-    ~Wizard()
-    {
-        app.reset();
-        RemoveTrackFiles();
-    }
+    ~Wizard() { app.reset(); }
 
     AppDelegate& operator*() const { return *app; }
     AppDelegate* operator->() const { return app.get(); }
@@ -226,6 +218,7 @@ struct Wizard {
     // Long enough to be a track of its own.
     static constexpr double kTrackSeconds = 2.2;
 
+    QTemporaryDir state;
     Rig rig;
     std::vector<AudioDeviceID> inputs;
     MessageBoxAnswerer boxes;

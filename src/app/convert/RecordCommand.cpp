@@ -4,6 +4,7 @@
 #include "CommandLine.h"
 #include "ConsoleApplication.h"
 #include "ImportOptions.h"
+#include "OutFolder.h"
 #include "SideRecorder.h"
 #include "InputDevices.h"
 #include "library/ConsoleImport.h"
@@ -11,6 +12,7 @@
 #include "tracks/TakeCutter.h"
 #include "tracks/TrackFinder.h"
 
+#include <QFileInfo>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -24,44 +26,15 @@ namespace Tolm::Convert {
 
 namespace {
 
-std::string TrackName(size_t index)
-{
-    char name[32];
-    std::snprintf(name, sizeof(name), "%02zu.wav", index + 1);
-    return name;
-}
-
-// Moves a file, across file systems too, without ever replacing an existing one.
-bool MoveFile(const fs::path& from, const fs::path& to, std::string& error)
-{
-    std::error_code ec;
-    if (fs::exists(to, ec)) {
-        error = to.string() + " already exists";
-        return false;
-    }
-    fs::rename(from, to, ec);
-    if (!ec)
-        return true;
-    if (ec != std::errc::cross_device_link) {
-        error = ec.message();
-        return false;
-    }
-    if (!fs::copy_file(from, to, fs::copy_options::none, ec)) {
-        error = ec.message();
-        fs::remove(to, ec);
-        return false;
-    }
-    fs::remove(from, ec);
-    return true;
-}
-
-// Cuts the takes again where the analysis of the whole side puts the tracks. False (after
-// a message) when that failed; the takes are then as they were recorded.
-bool CutAtFoundTracks(Capture::Audio& audio, RecordedSide& side, int trackCount)
+// Cuts the takes again where the analysis of the whole side puts the tracks, the new files
+// beside the takes until the session puts them in their place. False (after a message) when
+// that failed; the takes are then as they were recorded.
+bool CutAtFoundTracks(Capture::Audio& audio, Capture::SideSession& session, RecordedSide& side, int trackCount)
 {
     std::vector<std::string> paths;
     for (const RecordedTrack& track : side.tracks)
         paths.push_back(track.path);
+    std::vector<std::string> files;
     try {
         const Tracks::TakeFiles takes(paths);
         const Tracks::SideScan scan = Tracks::SideScan::Run(takes, audio.equaliser());
@@ -71,20 +44,26 @@ bool CutAtFoundTracks(Capture::Audio& audio, RecordedSide& side, int trackCount)
         if (!Tracks::TakeCutter::changes(takes, markers.positions()))
             return true;
         ProgressBar progress("Cutting");
-        const auto cut = Tracks::TakeCutter::cut(
+        files = Tracks::TakeCutter::write(
             takes, markers.positions(),
-            [](unsigned track) { return Capture::Audio::fileNameForTrack(track).toStdString(); },
+            [&](unsigned track) { return (session.takePath(track) + QStringLiteral(".cut")).toStdString(); },
             [&](double fraction) { progress.Update(fraction); });
         progress.Finish();
-        side.tracks.clear();
-        for (const std::string& path : cut)
-            side.tracks.push_back({path, TrackFileSeconds(path).value_or(0.0)});
-        audio.setNumRecordedTracks(UInt32(cut.size()));
-        return true;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "The tracks could not be cut again (%s); they stay as recorded.\n", e.what());
         return false;
     }
+    QStringList newFiles;
+    for (const std::string& file : files)
+        newFiles << QString::fromStdString(file);
+    if (!session.replaceTakes(newFiles)) {
+        std::fprintf(stderr, "The tracks could not be cut again (%s).\n", qPrintable(session.errorText()));
+        return false;
+    }
+    side.tracks.clear();
+    for (const auto& take : session.takes())
+        side.tracks.push_back({take.path.toStdString(), take.seconds});
+    return true;
 }
 
 // The engine prints its diagnostics on standard output; our results must stay alone
@@ -186,15 +165,9 @@ int RunRecord(const std::vector<std::string>& args)
     fs::path out;
     if (outDir) {
         // Checked before anything is recorded: a side cannot be played twice.
-        std::error_code ec;
         out = fs::path(*outDir);
-        fs::create_directories(out, ec);
-        if (!fs::is_directory(out, ec) || access(out.c_str(), W_OK | X_OK) != 0) {
-            parser.Error("cannot write into the folder \"" + *outDir + "\"");
-            return kExitBadInput;
-        }
-        if (fs::exists(out / TrackName(0), ec)) {
-            parser.Error("\"" + *outDir + "\" already holds " + TrackName(0) + "; choose an empty folder");
+        if (const std::string error = OutFolder::Prepare(out); !error.empty()) {
+            parser.Error(error);
             return kExitBadInput;
         }
     }
@@ -233,10 +206,13 @@ int RunRecord(const std::vector<std::string>& args)
         return kExitFailed;
     if (side->tracks.empty()) {
         std::fprintf(stderr, "No track was recorded.\n");
+        recorder.Session().discard();
         return kExitFailed;
     }
+    // A write failure has been told; what was kept goes on as usual, and the status says it.
+    const int recorded = side->failed ? kExitFailed : kExitOk;
     if (analyseSide)
-        CutAtFoundTracks(audio, *side, trackCount);
+        CutAtFoundTracks(audio, recorder.Session(), *side, trackCount);
 
     if (import->wanted) {
         ProgressBar progress("Converting");
@@ -246,16 +222,24 @@ int RunRecord(const std::vector<std::string>& args)
         progress.Finish();
         for (const QString& file : outcome.filed)
             std::fprintf(results.File(), "%s\n", file.toLocal8Bit().constData());
-        return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
+        recorder.Session().finish();
+        if (outcome.kept > 0 || outcome.stopped) {
+            std::fprintf(stderr, "The tracks not imported are kept; \"tolm-convert recover --list\" shows them.\n");
+            return kExitFailed;
+        }
+        return recorded;
     }
 
-    int status = kExitOk;
+    int status = recorded;
+    const auto* folder = recorder.Session().folder();
+    const QString session = folder ? folder->name() : QString();
+    const QString sessionPath = folder ? folder->path() : QString();
     for (size_t i = 0; i < side->tracks.size(); ++i) {
         std::string path = side->tracks[i].path;
         if (outDir) {
-            const fs::path target = out / TrackName(i);
+            const fs::path target = out / OutFolder::TrackName(i);
             std::string error;
-            if (MoveFile(path, target, error))
+            if (OutFolder::Move(path, target, error))
                 path = target.string();
             else {
                 std::fprintf(stderr, "Could not move %s to %s (%s); it stays where it is.\n", path.c_str(),
@@ -268,6 +252,12 @@ int RunRecord(const std::vector<std::string>& args)
     }
     std::fprintf(stderr, "%zu track%s%s.\n", side->tracks.size(), side->tracks.size() == 1 ? "" : "s",
                  side->albumEnded ? "; the side ended by itself" : "");
+    recorder.Session().finish();
+    if (!sessionPath.isEmpty() && QFileInfo::exists(sessionPath))
+        std::fprintf(stderr,
+                     "The recording is kept as \"%s\" until \"tolm-convert recover %s --out DIR\" or "
+                     "\"--import\" takes it.\n",
+                     qPrintable(session), qPrintable(session));
     return status;
 }
 

@@ -8,7 +8,6 @@
 #include "platform/AudioDeviceList.h"
 #include "platform/AudioHardware.h"
 #include "platform/HostTime.h"
-#include "recording/CAAudioFile.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -21,8 +20,6 @@
 namespace Tolm::Convert {
 
 namespace {
-
-constexpr UInt32 kTrackLimit = 40; // as the New Track button allows
 
 std::string Lower(std::string text)
 {
@@ -43,9 +40,17 @@ void StandardErrorAlerts::ShowAlert(const QString& titleKey, const QString& mess
     std::fprintf(stderr, "%s: %s\n", qPrintable(Localized(titleKey)), qPrintable(Localized(messageKey)));
 }
 
-SideRecorder::SideRecorder(Capture::Audio& audio) : mAudio(audio)
+SideRecorder::SideRecorder(Capture::Audio& audio) : mAudio(audio), mSession(audio)
 {
-    mAudio.setDelegate(this);
+    QObject::connect(&mSession, &Capture::SideSession::sideEndedByItself, [this] {
+        mAlbumEnded = true;
+        Finish();
+    });
+    QObject::connect(&mSession, &Capture::SideSession::recordingFailed, [this](UInt32, const QString& message) {
+        std::fprintf(stderr, "\n%s\n", qPrintable(message));
+        mFailed = true;
+        Finish();
+    });
 }
 
 bool SideRecorder::Detect(const std::string& expected)
@@ -122,9 +127,10 @@ bool SideRecorder::ChooseEqualiser(SourceKind kind)
     return true;
 }
 
-void SideRecorder::audioDetectedAlbumEnd()
+void SideRecorder::Finish()
 {
-    mAlbumEnded = true;
+    if (mFinished)
+        return;
     mFinished = true;
     QCoreApplication::exit(0);
 }
@@ -132,46 +138,41 @@ void SideRecorder::audioDetectedAlbumEnd()
 void SideRecorder::NewTrackByHand()
 {
     StandardErrorAlerts alerts;
-    const UInt32 tracks = mAudio.numRecordedTracks();
-    if (tracks == kTrackLimit) {
+    switch (mSession.nextManualSplit()) {
+    case Capture::SideSession::ManualSplit::LimitReached:
         alerts.ShowAlert(QStringLiteral("IDS_WARNING"), QStringLiteral("IDS_LIMIT"), QStringLiteral("OK"));
-        mAudio.stopRecording();
-        mFinished = true;
-        QCoreApplication::exit(0);
+        mSession.stop();
+        Finish();
         return;
+    case Capture::SideSession::ManualSplit::LastTrack:
+        alerts.ShowAlert(QStringLiteral("IDS_WARNING"), QStringLiteral("IDS_LASTTRACK"), QStringLiteral("OK"));
+        break;
+    case Capture::SideSession::ManualSplit::Allowed:
+        break;
     }
-    if (tracks == kTrackLimit - 1)
-        alerts.ShowAlert(QStringLiteral("IDS_WARNING"), QStringLiteral("IDS_LASTTRACK"),
-                         QStringLiteral("OK"));
-    mAudio.newTrack();
+    if (!mSession.newTrack() && !mSession.errorText().isEmpty()) {
+        mFailed = true;
+        Finish();
+    }
 }
 
 std::optional<RecordedSide> SideRecorder::Record(bool autoSplit, const std::function<void()>& onStart)
 {
-    mAlbumEnded = mFinished = false;
-    // Track files are stereo float at the device's rate.
-    Platform::AudioDeviceInfo info;
-    if (Platform::Hardware().GetDevice(mAudio.inputDeviceID(), info) == noErr)
-        WarnIfShortOfSpace(QFileInfo(Capture::Audio::fileNameForTrack(1)).absolutePath().toStdString(),
-                           info.nominalSampleRate, 2);
+    mAlbumEnded = mFailed = mFinished = false;
+    if (const auto minutes = mSession.minutesThatFit(); minutes && *minutes < Capture::SideSession::kLongSideMinutes)
+        std::fprintf(stderr, "Warning: only %.1f minutes of recording fit in %s; free some space first.\n", *minutes,
+                     qPrintable(Capture::TakeFolder::Root()));
     mAudio.startPlayThru();
 
     // Record on the recording panel.
-    mAudio.resetTrackCounter();
-    Capture::ResetVUMax();
-    mAudio.setAutomaticTrackSplit(autoSplit);
     if (onStart)
         onStart();
-    try {
-        if (!mAudio.newTrack()) {
-            mAudio.stopPlayThru();
-            return std::nullopt; // the controller has said why
-        }
-    } catch (...) {
-        std::fprintf(stderr, "ERROR: _recorder103->Start()\n");
-        mAudio.stopRecording();
+    if (!mSession.start(autoSplit)) {
+        if (!mSession.errorText().isEmpty())
+            std::fprintf(stderr, "The recording could not start: %s\n", qPrintable(mSession.errorText()));
+        mSession.discard();
         mAudio.stopPlayThru();
-        return std::nullopt;
+        return std::nullopt; // the controller has said why
     }
     mElapsedStart = NowSeconds();
 
@@ -184,9 +185,8 @@ std::optional<RecordedSide> SideRecorder::Record(bool autoSplit, const std::func
     tick.setInterval(100);
     QObject::connect(&tick, &QTimer::timeout, [&] {
         if (StopRequested() && !mFinished) {
-            mAudio.stopRecording(); // as the Stop button does
-            mFinished = true;
-            QCoreApplication::exit(0);
+            mSession.stop(); // as the Stop button does; a failed write is reported from here
+            Finish();
             return;
         }
         const double elapsed = NowSeconds() - mElapsedStart;
@@ -216,32 +216,16 @@ std::optional<RecordedSide> SideRecorder::Record(bool autoSplit, const std::func
     tick.stop();
     keyboard.reset();
     status.End();
-    mAudio.stopRecording();
+    if (mSession.recording())
+        mSession.stop();
     mAudio.stopPlayThru();
 
     RecordedSide side;
     side.albumEnded = mAlbumEnded;
-    for (UInt32 n = 1; n <= mAudio.numRecordedTracks() && n < 100000; ++n) {
-        RecordedTrack track;
-        track.path = Capture::Audio::fileNameForTrack(n).toStdString();
-        track.seconds = TrackFileSeconds(track.path).value_or(0.0);
-        side.tracks.push_back(track);
-    }
+    side.failed = mFailed;
+    for (const auto& take : mSession.takes())
+        side.tracks.push_back({take.path.toStdString(), take.seconds});
     return side;
-}
-
-std::optional<double> TrackFileSeconds(const std::string& path)
-{
-    try {
-        CAAudioFile file;
-        file.Open(FSRef{path});
-        const double rate = file.GetFileDataFormat().mSampleRate;
-        if (rate <= 0.0)
-            return std::nullopt;
-        return double(file.GetNumberFrames()) / rate;
-    } catch (...) {
-        return std::nullopt;
-    }
 }
 
 } // namespace Tolm::Convert

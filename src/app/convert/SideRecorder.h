@@ -8,6 +8,7 @@
 
 #include "capture/AlertPresenter.h"
 #include "capture/Audio.h"
+#include "capture/SideSession.h"
 
 #include <cstdio>
 #include <functional>
@@ -33,9 +34,10 @@ struct RecordedTrack {
 struct RecordedSide {
     std::vector<RecordedTrack> tracks; // the counted tracks, in order
     bool albumEnded = false;           // ended by the gap detector, not by the user
+    bool failed = false;               // stopped by a write failure; the tracks before it are kept
 };
 
-class SideRecorder final : public Capture::AudioDelegate {
+class SideRecorder final {
   public:
     explicit SideRecorder(Capture::Audio& audio);
 
@@ -53,20 +55,20 @@ class SideRecorder final : public Capture::AudioDelegate {
     // With automatic splitting off, a line on standard input starts a new track.
     std::optional<RecordedSide> Record(bool autoSplit, const std::function<void()>& onStart = {});
 
-    void audioDetectedAlbumEnd() override;
+    // The recording's takes, and what becomes of them once the tracks are out.
+    Capture::SideSession& Session() { return mSession; }
 
   private:
     void NewTrackByHand();
-    void ShowStatus();
+    void Finish();
 
     Capture::Audio& mAudio;
+    Capture::SideSession mSession;
     std::string mDeviceName;
     bool mAlbumEnded = false;
+    bool mFailed = false;
     bool mFinished = false;
     double mElapsedStart = 0.0;
 };
-
-// Length of a recorded track file in seconds; nullopt when it cannot be read.
-std::optional<double> TrackFileSeconds(const std::string& path);
 
 } // namespace Tolm::Convert

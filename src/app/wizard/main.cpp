@@ -113,5 +113,7 @@ int main(int argc, char** argv)
     }
     PlaceWindow(*wizard.window());
     wizard.window()->show();
+    // Once the window is up: what a crashed run left behind is offered back first.
+    QTimer::singleShot(0, &wizard, &Tolm::Ui::AppDelegate::offerRecovery);
     return app.exec();
 }
