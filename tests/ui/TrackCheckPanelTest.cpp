@@ -187,9 +187,16 @@ class TrackCheckPanelTest : public QObject {
         QCOMPARE(p.markers()[chosen], was + 2 * Frame(0.01));
 
         const std::vector<std::int64_t> markers = p.markers();
-        const auto tracks = p.panel->cut([&](unsigned n) {
-            return p.folder.filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(n)).toStdString();
-        });
+        // As the recording session does: the new files in place of the takes.
+        const auto take = [&](unsigned n) { return p.folder.filePath(QStringLiteral("TolmACTmpFile.%1.wav").arg(n)); };
+        const auto tracks = p.panel->cut([&](unsigned n) { return (take(n) + QStringLiteral(".cut")).toStdString(); },
+                                         [&](const std::vector<std::string>& files, QString&) {
+                                             for (unsigned n = 1; n <= files.size(); ++n) {
+                                                 QFile::remove(take(n));
+                                                 QFile::rename(QString::fromStdString(files[n - 1]), take(n));
+                                             }
+                                             return true;
+                                         });
         QCOMPARE(tracks, std::optional<unsigned>(unsigned(markers.size() - 1)));
         for (unsigned track = 1; track <= *tracks; ++track) {
             const std::vector<float> samples = ReadAll(

@@ -175,9 +175,13 @@ class WizardFlowTest : public QObject {
 
         wizard.boxes.answer = Tolm::Localized("IDS_NO");
         QVERIFY(wizard.press("nextButton"));
-        while (wizard.audio().numRecordedTracks() < 12)
+        wizard.play(Wizard::kTrackSeconds);
+        while (wizard.audio().numRecordedTracks() < 12) {
             wizard.audio().newTrack();
+            wizard.play(Wizard::kTrackSeconds);
+        }
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Morning Train"));
         QVERIFY(wizard.press("nextButton"));
         QTest::keyClicks(wizard.field(8, 72), QStringLiteral("Lanterns"));
@@ -187,7 +191,11 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard.field(8, 72)->text(), QStringLiteral("Lanterns"));
         QVERIFY(wizard.press("backButton"));
+        QVERIFY(wizard.press("backButton"));
+        QCOMPARE(wizard->selectedPanel(), 13u);
         QVERIFY(wizard.press("backButton")); // "no" to discarding
+        QCOMPARE(wizard->selectedPanel(), 13u);
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 7u);
         QCOMPARE(wizard.field(7, 61)->text(), QStringLiteral("Morning Train"));
 
@@ -195,6 +203,7 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.boxes.saw(Tolm::Localized("IDS_CANCEL_RECORDING"), QString()));
         QVERIFY(wizard->window()->isVisible());
         wizard.boxes.answer = Tolm::Localized("IDS_YES");
+        QVERIFY(wizard.press("backButton"));
         QVERIFY(wizard.press("backButton"));
         QCOMPARE(wizard->selectedPanel(), 2u);
         // Nothing recorded: Close closes at once.
