@@ -3,6 +3,7 @@
 
 #include "RecordingController.h"
 #include "capture/Localization.h"
+#include "platform/VirtualAudioHardware.h"
 #include "tracks/TakeFiles.h"
 #include "ui/CustomView.h"
 #include "ui/ImageForView.h"
@@ -80,7 +81,7 @@ std::vector<float> ReadAll(const std::string& path)
 }
 
 struct Panel {
-    Panel()
+    explicit Panel(AudioDeviceID output = kAudioDeviceUnknown)
         : view(SubViewController(QStringLiteral("Tolm_Tab13"), nullptr).takeView()),
           panel(std::make_unique<TrackCheckPanel>(view.get()))
     {
@@ -88,7 +89,7 @@ struct Panel {
         view->setBackgroundImage(ImageForView(13));
         view->show();
         takes = WriteTakes(folder);
-        panel->open(takes, Morvo::Audio::Filters::AudioFilter::NoFilter, kAudioDeviceUnknown);
+        panel->open(takes, Morvo::Audio::Filters::AudioFilter::NoFilter, output);
     }
     TrackCheckView* side() const { return panel->trackView(); }
     QAbstractButton* button(const char* name) const
@@ -206,6 +207,41 @@ class TrackCheckPanelTest : public QObject {
             QVERIFY(std::equal(samples.begin(), samples.end(), before.begin() + std::ptrdiff_t(first)));
         }
         QCOMPARE(QDir(p.folder.path()).entryList(QDir::Files).size(), qsizetype(*tracks));
+    }
+
+    // Space with a boundary chosen plays the seconds around it, as recorded, through the
+    // output device it is given.
+    void listensAcrossTheChosenBoundary()
+    {
+        auto hardware = std::make_shared<Tolm::Platform::VirtualAudioHardware>(
+            Tolm::Platform::VirtualAudioHardware::Clock::Manual);
+        Tolm::Platform::VirtualDeviceSpec spec;
+        spec.name = "Speakers";
+        spec.outputChannels = 2;
+        spec.sampleRate = kRate;
+        const AudioDeviceID speakers = hardware->AddDevice(spec);
+        hardware->SetCaptureOutput(speakers, true);
+        Tolm::Platform::SetHardware(hardware);
+        struct Restore {
+            ~Restore() { Tolm::Platform::SetHardware(nullptr); }
+        } restore;
+
+        Panel p(speakers);
+        QVERIFY(QTest::qWaitFor([&] { return p.panel->ready(); }));
+        p.side()->selectMarker(1);
+        QTest::keyClick(p.side(), Qt::Key_Space);
+        QVERIFY(p.panel->listening());
+        const auto span = Frame(TrackCheckPanel::kListenSeconds);
+        hardware->Pump(speakers, UInt32(span + 4096));
+        QVERIFY(!p.panel->listening());
+
+        const std::vector<float> played = hardware->TakeCapturedOutput(speakers);
+        QVERIFY(played.size() >= std::size_t(span) * 2);
+        const std::int64_t from = p.markers()[1] - span / 2;
+        for (std::int64_t i = 0; i < span; ++i) {
+            QCOMPARE(played[std::size_t(2 * i)], Sample(from + i, 0));
+            QCOMPARE(played[std::size_t(2 * i + 1)], Sample(from + i, 1));
+        }
     }
 };
 
