@@ -249,15 +249,15 @@
     </message>
     <message>
         <source>IDS_BUTTON_SPLIT_HERE</source>
-        <translation>Hier teilen</translation>
+        <translation>&lt;p&gt;Hier teilen&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_JOIN</source>
-        <translation>Verbinden</translation>
+        <translation>&lt;p&gt;Verbinden&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_LISTEN</source>
-        <translation>Anhören</translation>
+        <translation>&lt;p&gt;Anhören&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB13_SUMMARY</source>

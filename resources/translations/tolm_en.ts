@@ -249,15 +249,15 @@
     </message>
     <message>
         <source>IDS_BUTTON_SPLIT_HERE</source>
-        <translation>Split here</translation>
+        <translation>&lt;p&gt;Split here&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_JOIN</source>
-        <translation>Join</translation>
+        <translation>&lt;p&gt;Join&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_BUTTON_LISTEN</source>
-        <translation>Listen</translation>
+        <translation>&lt;p&gt;Listen&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB13_SUMMARY</source>

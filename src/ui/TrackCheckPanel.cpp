@@ -193,6 +193,10 @@ void TrackCheckPanel::finishReading(std::shared_ptr<Tracks::TakeFiles> takes,
     }
     mTakes = std::move(takes);
     mScan = std::move(scan);
+    std::vector<std::int64_t> lengths;
+    for (const auto& take : mTakes->takes())
+        lengths.push_back(take.frames);
+    mAsCut = lengths == mCutLengths;
     showSide(mCount ? mCount->value() : 0);
     mPreview.reset();
     Q_EMIT sideRead();
@@ -203,7 +207,9 @@ void TrackCheckPanel::showSide(int trackCount)
     if (!mScan || !mView)
         return;
     stopListening();
-    mView->setSide(&mScan->overview, mScan->sampleRate, Tracks::TrackFinder::Find(*mScan, *mTakes, trackCount),
+    mView->setSide(&mScan->overview, mScan->sampleRate,
+                   mAsCut && trackCount == 0 ? Tracks::TrackFinder::FromLiveSplits(*mTakes)
+                                             : Tracks::TrackFinder::Find(*mScan, *mTakes, trackCount),
                    mTakes->liveSplits());
     mView->setEditable(true);
     updateControls();
@@ -280,8 +286,13 @@ std::optional<unsigned> TrackCheckPanel::cut(const std::function<std::string(uns
         return std::nullopt;
     stopListening();
     const std::vector<std::int64_t> markers = mView->markers().positions();
-    if (!Tracks::TakeCutter::changes(*mTakes, markers))
+    std::vector<std::int64_t> lengths;
+    for (std::size_t i = 0; i + 1 < markers.size(); ++i)
+        lengths.push_back(markers[i + 1] - markers[i]);
+    if (!Tracks::TakeCutter::changes(*mTakes, markers)) {
+        mCutLengths = lengths;
         return unsigned(markers.size() - 1);
+    }
 
     QProgressDialog progress(Localized("IDS_TAB13_CUTTING"), QString(), 0, 1000, mPanel);
     progress.setWindowModality(Qt::WindowModal);
@@ -293,6 +304,7 @@ std::optional<unsigned> TrackCheckPanel::cut(const std::function<std::string(uns
         });
         progress.setValue(1000);
         if (replace(files, error)) {
+            mCutLengths = lengths;
             // The takes are now these tracks; coming back reads them again.
             mTakes.reset();
             mScan.reset();

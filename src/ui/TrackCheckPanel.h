@@ -79,6 +79,10 @@ class TrackCheckPanel : public QObject {
     std::shared_ptr<Tracks::TakeFiles> mTakes;
     std::shared_ptr<Tracks::SideScan> mScan;
     std::shared_ptr<const Tracks::WaveformOverview> mPreview; // drawn while the tracks are found
+    // The lengths of the tracks last cut: coming back to them shows them as they were cut,
+    // not as the analysis would cut them again.
+    std::vector<std::int64_t> mCutLengths;
+    bool mAsCut = false;
     std::unique_ptr<Tracks::TakePlayer> mPlayer;
     QTimer mPlayTimer;
 

@@ -194,6 +194,14 @@ class WizardSessionTest : public QObject {
         QCOMPARE(wizard->selectedPanel(), 7u);
         QCOMPARE(audio.numRecordedTracks(), 3u);
         QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxx......."));
+        // Back from naming shows the tracks as they were cut, not as found again.
+        QVERIFY(wizard.press("backButton"));
+        QVERIFY(WaitFor([&] { return wizard->trackCheck()->ready(); }));
+        const std::vector<std::int64_t> asCut{0, markers[1] - markers[0], markers[2] - markers[0],
+                                              markers[3] - markers[0]};
+        QCOMPARE(side->markers().positions(), asCut);
+        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 7u);
 
         const QStringList titles{QStringLiteral("Morning Train"), QStringLiteral("Paper Boats / Reprise"),
                                  QStringLiteral("Blue Hour")};
