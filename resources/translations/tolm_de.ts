@@ -241,7 +241,7 @@
     </message>
     <message>
         <source>IDS_TAB13_TEXT</source>
-        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Ziehen Sie eine rote Marke, um eine Trennstelle zu verschieben; Doppelklick (oder „Hier teilen“) fügt eine hinzu; wählen Sie eine und drücken Sie Entf, um zwei Titel zu verbinden. Das Mausrad vergrößert, die Leertaste spielt ab.&lt;/p&gt;</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Rote Marken ziehen verschiebt Trennstellen, Doppelklick oder „Hier teilen“ fügt eine hinzu, Entf verbindet zwei Titel. Mausrad vergrößert, Leertaste spielt ab.&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB13_COUNT</source>

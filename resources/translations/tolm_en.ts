@@ -241,7 +241,7 @@
     </message>
     <message>
         <source>IDS_TAB13_TEXT</source>
-        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Drag a red marker to move a split, double-click (or “Split here”) to add one, choose one and press Delete to join two tracks. The mouse wheel zooms in; Space listens.&lt;/p&gt;</translation>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Drag a red marker to move a split, double-click or “Split here” to add one; choose one and press Delete to join two tracks. The mouse wheel zooms in, Space listens.&lt;/p&gt;</translation>
     </message>
     <message>
         <source>IDS_TAB13_COUNT</source>
