@@ -41,6 +41,7 @@ SideScan SideScan::Run(const TakeFiles& takes, Morvo::Audio::Filters::AudioFilte
 {
     SideScan scan;
     scan.sampleRate = takes.sampleRate();
+    scan.overview.reserve(takes.frames());
     try {
         scan.analyzer.emplace(takes.sampleRate());
     } catch (const std::invalid_argument&) {

@@ -18,6 +18,8 @@ class WaveformOverview {
         float rms = 0.0f;  // 0..1
     };
 
+    // Room for a side of `frames` frames, so the overview of a known length is not grown.
+    void reserve(std::int64_t frames) { mBuckets.reserve(std::size_t(frames / kFramesPerBucket + 1)); }
     // Interleaved stereo, any block size.
     void add(const float* interleaved, std::int64_t frames);
     std::int64_t frames() const { return mFrames; }

@@ -5,7 +5,8 @@
 // around a boundary. The lead-in and the run-out are shaded; the splits made while
 // recording are drawn faintly where they differ. Keyboard: Left/Right go from marker to
 // marker, Shift+Left/Right move the chosen marker by 10 ms (Ctrl: 1 s), Up/Down move the
-// listening point by a second, +/- zoom, Delete joins, Space listens.
+// listening point by a second (Shift: 10 ms), S or Insert splits there, +/- zoom, Delete
+// joins, Space listens.
 
 #include "tracks/TrackMarkers.h"
 #include "tracks/WaveformOverview.h"
