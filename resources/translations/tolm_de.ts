@@ -324,6 +324,58 @@
         <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Seite&lt;/p&gt;</translation>
     </message>
     <message>
+        <source>IDS_TAB13_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Titel prüfen&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Rote Marken ziehen verschiebt Trennstellen, Doppelklick oder „Hier teilen“ fügt eine hinzu, Entf verbindet zwei Titel. Mausrad vergrößert, Leertaste spielt ab.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_COUNT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:13px; color:#3b4451;"&gt;Anzahl der Titel&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_SPLIT_HERE</source>
+        <translation>&lt;p&gt;Hier teilen&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_JOIN</source>
+        <translation>&lt;p&gt;Verbinden&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_LISTEN</source>
+        <translation>&lt;p&gt;Anhören&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_SUMMARY</source>
+        <translation>Titel: %1 · Länge: %2</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_TOO_MANY</source>
+        <translation>Verbinden Sie Titel, bis es höchstens 40 sind.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_READING</source>
+        <translation>Die Aufnahme wird gelesen…</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_UNREADABLE</source>
+        <translation>Die Aufnahme konnte nicht gelesen werden:</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_CUTTING</source>
+        <translation>Die Titel werden geschnitten…</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_CUT_FAILED</source>
+        <translation>Die Titel konnten nicht geschnitten werden; die Aufnahme bleibt, wie sie war.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_NOTHING</source>
+        <translation>Es wurde nichts aufgenommen.</translation>
+    </message>
+    <message>
         <source>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</source>
         <translation>Die Festplatte ist voll. Die Aufnahme wurde angehalten; die %1 bisher aufgenommenen Titel bleiben erhalten.</translation>
     </message>

@@ -324,6 +324,58 @@
         <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; font-weight:600; color:#5d6775;"&gt;Side&lt;/p&gt;</translation>
     </message>
     <message>
+        <source>IDS_TAB13_TITLE</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:22px; font-weight:600; color:#ffffff;"&gt;Check your tracks&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_TEXT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:12px; line-height:130%; color:#6b7482;"&gt;Drag a red marker to move a split, double-click or “Split here” to add one; choose one and press Delete to join two tracks. The mouse wheel zooms in, Space listens.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_COUNT</source>
+        <translation>&lt;p style="margin-top:0; margin-bottom:0; font-size:13px; color:#3b4451;"&gt;Number of tracks&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_SPLIT_HERE</source>
+        <translation>&lt;p&gt;Split here&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_JOIN</source>
+        <translation>&lt;p&gt;Join&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_BUTTON_LISTEN</source>
+        <translation>&lt;p&gt;Listen&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_SUMMARY</source>
+        <translation>Tracks: %1 · Length: %2</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_TOO_MANY</source>
+        <translation>Join tracks until there are 40 at most.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_READING</source>
+        <translation>Reading the recording…</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_UNREADABLE</source>
+        <translation>The recording could not be read:</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_CUTTING</source>
+        <translation>Cutting the tracks…</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_CUT_FAILED</source>
+        <translation>The tracks could not be cut; the recording is kept as it was.</translation>
+    </message>
+    <message>
+        <source>IDS_TAB13_NOTHING</source>
+        <translation>Nothing was recorded.</translation>
+    </message>
+    <message>
         <source>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</source>
         <translation>The disk is full. Recording stopped; the %1 tracks recorded so far are kept.</translation>
     </message>

@@ -160,6 +160,7 @@ UInt32 Audio::numRecordedTracks() const
     return _tracks;
 }
 
+
 UInt64 Audio::currentTrackLengthNanos() const
 {
     return AudioConvertHostTimeToNanos(AudioGetCurrentHostTime() - _startHostTime);
@@ -271,25 +272,31 @@ void Audio::setGainDb(float dB)
         _playThru->Engine()->SetInputGain(dB);
 }
 
+void Audio::SetEqualiser(AudioFilter::Type type)
+{
+    filter.Set(type);
+    mEqualiser = type;
+}
+
 void Audio::setNoFilter()
 {
     qInfo("%s", "-[Audio setNoFilter]");
-    filter.Set(AudioFilter::NoFilter);
+    SetEqualiser(AudioFilter::NoFilter);
 }
 
 void Audio::setRIAAFilter()
 {
     qInfo("%s", "-[Audio setRIAAFilter]");
     if (mDevice && !mDevice->softwareRiaa)
-        filter.Set(AudioFilter::RIAABassFilter);
+        SetEqualiser(AudioFilter::RIAABassFilter);
     else
-        filter.Set(AudioFilter::RIAAFilter);
+        SetEqualiser(AudioFilter::RIAAFilter);
 }
 
 void Audio::setChromeFilter()
 {
     qInfo("%s", "-[Audio setChromeFilter]");
-    filter.Set(AudioFilter::ChromeFilter);
+    SetEqualiser(AudioFilter::ChromeFilter);
 }
 
 void Audio::setAutomaticTrackSplit(bool split)

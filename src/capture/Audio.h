@@ -7,6 +7,7 @@
 
 #include "capture/GapDetectorListener.h"
 #include "capture/KnownUsbDevice.h"
+#include "filters/AudioFilter.h"
 #include "platform/AudioHardware.h"
 
 #include <QObject>
@@ -97,6 +98,8 @@ class Audio final : public QObject, public GapEventReceiver {
     const Platform::AudioDeviceList* inputDeviceList() const { return mInputDeviceList.get(); }
     const Platform::AudioDeviceList* outputDeviceList() const { return mOutputDeviceList.get(); }
     float gainDb() const { return m_gainDb; }
+    // The equaliser chosen last; what the analysis of a recorded side hears through.
+    Morvo::Audio::Filters::AudioFilter::Type equaliser() const { return mEqualiser; }
     bool automaticTrackSplit() const { return automaticTrackSplit_.load(std::memory_order_relaxed); }
     QString outputFilePath() const { return _outputFilePath; }
 
@@ -104,6 +107,7 @@ class Audio final : public QObject, public GapEventReceiver {
 
   private:
     void HandleGapEvent(int event);
+    void SetEqualiser(Morvo::Audio::Filters::AudioFilter::Type type);
 
     AlertPresenter* mAlerts;
     Platform::AudioHardware& mHardware;
@@ -111,6 +115,7 @@ class Audio final : public QObject, public GapEventReceiver {
     const KnownUsbDevice* mDevice = nullptr;
     std::unique_ptr<Monitoring::CAPlayThroughHost> _playThru;
     float m_gainDb = 0.0f;
+    Morvo::Audio::Filters::AudioFilter::Type mEqualiser = Morvo::Audio::Filters::AudioFilter::NoFilter;
     std::unique_ptr<Platform::AudioDeviceList> mInputDeviceList;
     std::unique_ptr<Platform::AudioDeviceList> mOutputDeviceList;
     AudioDeviceID mInputDeviceID = kAudioDeviceUnknown;

@@ -20,6 +20,8 @@
 #include "ui/ProgressIndicator.h"
 #include "ui/SubViewController.h"
 #include "ui/PreferencesDialog.h"
+#include "ui/TrackCheckPanel.h"
+#include "ui/TrackCheckView.h"
 #include "ui/TrackNameField.h"
 #include "ui/TranslateView.h"
 
@@ -228,6 +230,7 @@ void AppDelegate::awakeFromNib()
     const std::pair<const char*, const char*> items[] = {
         {"3", "Tab3"}, {"4", "Tab4"}, {"5", "Tab5"},   {"6", "Tab6"},          {"7", "Tab7"},
         {"8", "Tab8"}, {"9", "Tab9"}, {"10", "Tab10"}, {"11", "SelectDevice"}, {"12", "SelectTape"},
+        {"13", "CheckTracks"},
     };
     for (const auto& [identifier, label] : items)
         addTabViewItem(QString::fromLatin1(identifier), QString::fromLatin1(label));
@@ -320,6 +323,8 @@ std::unique_ptr<CustomView>* AppDelegate::viewField(unsigned panel)
         return &_Tolm_TabSelectDeviceNibView;
     case 12:
         return &_Tolm_TabSelectTapeNibView;
+    case 13:
+        return &_Tolm_Tab13NibView;
     default:
         return nullptr;
     }
@@ -347,7 +352,7 @@ void AppDelegate::loadPanelView(unsigned panel, const QString& nibName)
 
 void AppDelegate::setPanel(unsigned panel)
 {
-    if (panel >= 13) {
+    if (panel > kPanelCount) {
         alert(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel"));
         return;
     }
@@ -376,6 +381,7 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
         // Loaded at start; these names are only tried if that failed.
         "_Tolm_SelectDeviceTab",
         "_Tolm_SelectTapeTab",
+        "Tolm_Tab13",
     };
     unsigned panel = 0;
     for (unsigned candidate = 1; candidate <= kPanelCount; ++candidate) {
@@ -436,6 +442,18 @@ void AppDelegate::tabViewDidSelectTabViewItem(QWidget* item)
         ShowTrackLengths(view, first, first + 9, mSession->takes());
         break;
     }
+    case 13:
+        if (!mTrackCheck && view)
+            mTrackCheck = std::make_unique<TrackCheckPanel>(view);
+        if (mTrackCheck) {
+            std::vector<std::string> takes;
+            for (const Capture::SideSession::Take& take : mSession->takes())
+                takes.push_back(take.path.toStdString());
+            mTrackCheck->open(takes, audio->equaliser(), audio->outputDeviceID());
+            if (mTrackCheck->trackView())
+                mTrackCheck->trackView()->setFocus(Qt::OtherFocusReason);
+        }
+        break;
     default:
         break;
     }
@@ -570,11 +588,7 @@ void AppDelegate::doBackButton2(QObject*)
 
 void AppDelegate::doBackButton4(QObject*)
 {
-    // The recording panel has nothing more to show once stopped: back means recording again.
-    if (!discardRecording())
-        return;
-    setPanel(2);
-    meteringOn();
+    setPanel(13);
 }
 
 void AppDelegate::doNextButton4(QObject* sender)
@@ -619,10 +633,39 @@ void AppDelegate::exportToLibrary(QObject* sender)
 
 void AppDelegate::doBackButton7(QObject*)
 {
+    setPanel(13);
+}
+
+void AppDelegate::doBackButton13(QObject*)
+{
+    if (mTrackCheck)
+        mTrackCheck->stopListening();
+    // The recording panel has nothing more to show once stopped: back means recording again.
     if (!discardRecording())
         return;
     setPanel(2);
     meteringOn();
+}
+
+void AppDelegate::doNextButton13(QObject*)
+{
+    if (!mTrackCheck || !mTrackCheck->ready())
+        return;
+    // Written beside the takes; the session puts them in their place.
+    const auto tracks = mTrackCheck->cut(
+        [this](unsigned track) { return (mSession->takePath(track) + QStringLiteral(".cut")).toStdString(); },
+        [this](const std::vector<std::string>& files, QString& error) {
+            QStringList paths;
+            for (const std::string& file : files)
+                paths << QString::fromStdString(file);
+            if (mSession->replaceTakes(paths))
+                return true;
+            error = mSession->errorText();
+            return false;
+        });
+    if (!tracks)
+        return; // the user was told; the takes are as they were
+    setPanel(*tracks == 1 ? 4 : 7);
 }
 
 void AppDelegate::doNextButton7(QObject* sender)
@@ -746,12 +789,13 @@ void AppDelegate::endRecordingDisplay()
 void AppDelegate::showNaming()
 {
     // With no track, panel 1 is shown and then, deliberately, replaced by panel 7 at once.
-    if (audio->numRecordedTracks() == 0)
+    if (audio->numRecordedTracks() == 0) {
         setPanel(1);
-    if (audio->numRecordedTracks() == 1)
-        setPanel(4);
-    else
         setPanel(7);
+        return;
+    }
+    // The tracks are checked, and corrected where the splits went wrong, before naming.
+    setPanel(13);
 }
 
 void AppDelegate::doNextButton3(QObject*)

@@ -30,6 +30,7 @@ class ExportBridge;
 class MainThreadAlertPresenter;
 class MainThreadCaller;
 class ProgressIndicator;
+class TrackCheckPanel;
 
 // Monitoring runs exactly while the level panel (2) or the recording panel (3) is shown.
 bool PanelNumberShouldPlayThru(unsigned panel);
@@ -38,13 +39,13 @@ bool PanelNumberShouldPlayThru(unsigned panel);
 QString ElapsedTimeText(UInt64 nanos);
 
 // The wizard's application controller: owns the Audio controller, the window with its
-// panels (one page per panel, numbered 1 to 12) and the export, and handles every button of
+// panels (one page per panel, numbered 1 to 13) and the export, and handles every button of
 // every panel. Main thread only.
 class AppDelegate final : public QObject, public PanelController, public Capture::AudioDelegate {
     Q_OBJECT
 
   public:
-    static constexpr unsigned kPanelCount = 12;
+    static constexpr unsigned kPanelCount = 13;
     static constexpr UInt32 kTrackLimit = 40;
 
     // Builds the window and its panels and shows panel 1 (not the window).
@@ -57,7 +58,7 @@ class AppDelegate final : public QObject, public PanelController, public Capture
 
     // Loads a panel's interface file and localises it; none when the file is missing.
     std::unique_ptr<CustomView> viewFromNibWithName(const QString& name);
-    // Shows the panel (1 to 12) and switches monitoring for it.
+    // Shows the panel (1 to 13) and switches monitoring for it.
     void setPanel(unsigned panel);
     // Gives the page its panel view, loading it on first entry, and prepares the panel.
     void tabViewDidSelectTabViewItem(QWidget* item);
@@ -90,6 +91,8 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     void doNextButton9(QObject* sender) override;
     void doBackButton10(QObject* sender) override;
     void doNextButton10(QObject* sender) override;
+    void doBackButton13(QObject* sender) override;
+    void doNextButton13(QObject* sender) override;
     void setRecordingGainDb(float db) override;
 
     // AudioDelegate: told by the session when the side has ended by itself.
@@ -118,6 +121,7 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     CustomView* panelView(unsigned panel) const;
     Library::LibraryExport* libraryExport() const { return mExport.get(); }
     bool exporting() const;
+    TrackCheckPanel* trackCheck() const { return mTrackCheck.get(); }
 
   Q_SIGNALS:
     // Record was pressed; the recording starts once the receivers have returned.
@@ -164,6 +168,8 @@ class AppDelegate final : public QObject, public PanelController, public Capture
     std::unique_ptr<CustomView> _Tolm_Tab8NibView;
     std::unique_ptr<CustomView> _Tolm_Tab9NibView;
     std::unique_ptr<CustomView> _Tolm_Tab10NibView;
+    std::unique_ptr<CustomView> _Tolm_Tab13NibView;
+    std::unique_ptr<TrackCheckPanel> mTrackCheck; // works the panel 13 view; goes before it
     QPointer<QLabel> _statusField;
     QPointer<QLabel> _trackField;
     UInt32 _progress = 0;

@@ -221,6 +221,8 @@ void CustomView::doBackButton9(QObject* sender) { forward(&PanelController::doBa
 void CustomView::doNextButton9(QObject* sender) { forward(&PanelController::doNextButton9, sender); }
 void CustomView::doBackButton10(QObject* sender) { forward(&PanelController::doBackButton10, sender); }
 void CustomView::doNextButton10(QObject* sender) { forward(&PanelController::doNextButton10, sender); }
+void CustomView::doBackButton13(QObject* sender) { forward(&PanelController::doBackButton13, sender); }
+void CustomView::doNextButton13(QObject* sender) { forward(&PanelController::doNextButton13, sender); }
 
 void CustomView::doRecordButton(QObject*)
 {

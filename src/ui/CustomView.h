@@ -101,6 +101,8 @@ public Q_SLOTS:
     void doNextButton9(QObject* sender = nullptr);
     void doBackButton10(QObject* sender = nullptr);
     void doNextButton10(QObject* sender = nullptr);
+    void doBackButton13(QObject* sender = nullptr);
+    void doNextButton13(QObject* sender = nullptr);
 
     void doRecordButton(QObject* sender = nullptr);
     void doNextButton6(QObject* sender = nullptr);

@@ -18,6 +18,7 @@ QString ImageNameForView(unsigned panel)
     case 9:
     case 10:
     case 11:
+    case 13:
         return QStringLiteral("dlg_PlainBackgroundWithButtons");
     case 2:
         return QStringLiteral("dlg_StartRecording");

@@ -38,6 +38,8 @@ public:
     virtual void doNextButton9(QObject* sender) = 0;
     virtual void doBackButton10(QObject* sender) = 0;
     virtual void doNextButton10(QObject* sender) = 0;
+    virtual void doBackButton13(QObject* sender) = 0;
+    virtual void doNextButton13(QObject* sender) = 0;
 
     // The gain slider, already rounded to tenths of a decibel.
     virtual void setRecordingGainDb(float db) = 0;

@@ -9,6 +9,7 @@
 #include "ui/MeteringView.h"
 #include "ui/PictureView.h"
 #include "ui/TolmTextView.h"
+#include "ui/TrackCheckView.h"
 #include "ui/TrackNameField.h"
 
 #include <QFile>
@@ -43,6 +44,7 @@ public:
             {QStringLiteral("FloatSlider"), [](QWidget* p) { return new FloatSlider(p); }},
             {QStringLiteral("TrackNameField"), [](QWidget* p) { return new TrackNameField(p); }},
             {QStringLiteral("PictureView"), [](QWidget* p) { return new PictureView(p); }},
+            {QStringLiteral("TrackCheckView"), [](QWidget* p) { return new TrackCheckView(p); }},
         };
         const auto factory = factories.find(className);
         if (factory == factories.end())

@@ -28,6 +28,7 @@ class RecordingController : public Tolm::Ui::PanelController {
     TOLM_NOTE(doNextButton8) TOLM_NOTE(doBackButton8)
     TOLM_NOTE(doNextButton9) TOLM_NOTE(doBackButton9)
     TOLM_NOTE(doNextButton10) TOLM_NOTE(doBackButton10)
+    TOLM_NOTE(doNextButton13) TOLM_NOTE(doBackButton13)
 #undef TOLM_NOTE
         // clang-format on
 

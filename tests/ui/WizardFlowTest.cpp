@@ -177,9 +177,13 @@ class WizardFlowTest : public QObject {
 
         wizard.boxes.answer = Tolm::Localized("IDS_NO");
         QVERIFY(wizard.press("nextButton"));
-        while (wizard.audio().numRecordedTracks() < 12)
+        wizard.play(Wizard::kTrackSeconds);
+        while (wizard.audio().numRecordedTracks() < 12) {
             wizard.audio().newTrack();
+            wizard.play(Wizard::kTrackSeconds);
+        }
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Morning Train"));
         QVERIFY(wizard.press("nextButton"));
         QTest::keyClicks(wizard.field(8, 72), QStringLiteral("Lanterns"));
@@ -189,7 +193,11 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.press("nextButton"));
         QCOMPARE(wizard.field(8, 72)->text(), QStringLiteral("Lanterns"));
         QVERIFY(wizard.press("backButton"));
+        QVERIFY(wizard.press("backButton"));
+        QCOMPARE(wizard->selectedPanel(), 13u);
         QVERIFY(wizard.press("backButton")); // "no" to discarding
+        QCOMPARE(wizard->selectedPanel(), 13u);
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 7u);
         QCOMPARE(wizard.field(7, 61)->text(), QStringLiteral("Morning Train"));
 
@@ -197,6 +205,7 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.boxes.saw(Tolm::Localized("IDS_CANCEL_RECORDING"), QString()));
         QVERIFY(wizard->window()->isVisible());
         wizard.boxes.answer = Tolm::Localized("IDS_YES");
+        QVERIFY(wizard.press("backButton"));
         QVERIFY(wizard.press("backButton"));
         QCOMPARE(wizard->selectedPanel(), 2u);
         // Nothing recorded: Close closes at once.
@@ -257,7 +266,7 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.boxes.sawWarning("IDS_LIMIT"));
         QCOMPARE(wizard.audio().numRecordedTracks(), 40u);
         QVERIFY(!wizard.audio().recording());
-        QCOMPARE(wizard->selectedPanel(), 7u);
+        QCOMPARE(wizard->selectedPanel(), 13u);
         QVERIFY(!wizard.playingThrough());
     }
 
@@ -296,14 +305,20 @@ class WizardFlowTest : public QObject {
         QVERIFY(wizard.recordAndStop(3));
         QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxx......."));
         QTest::keyClicks(wizard.field(7, 61), QStringLiteral("Morning Train"));
-        // Thrown away, and recorded again from the start with more tracks.
+        // Back through the check panel, thrown away, and recorded again with more tracks.
+        QVERIFY(wizard.press("backButton"));
+        QCOMPARE(wizard->selectedPanel(), 13u);
         wizard.boxes.answer = Tolm::Localized("IDS_YES");
         QVERIFY(wizard.press("backButton"));
         QCOMPARE(wizard->selectedPanel(), 2u);
         QVERIFY(wizard.press("nextButton"));
-        while (wizard.audio().numRecordedTracks() < 6)
+        wizard.play(Wizard::kTrackSeconds);
+        while (wizard.audio().numRecordedTracks() < 6) {
             wizard.audio().newTrack();
+            wizard.play(Wizard::kTrackSeconds);
+        }
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxxxxx...."));
         QCOMPARE(wizard.field(7, 61)->text(), QString());
     }
@@ -319,9 +334,13 @@ class WizardFlowTest : public QObject {
 
         wizard.boxes.answer = Tolm::Localized("IDS_YES");
         QVERIFY(wizard.press("backButton"));
+        QCOMPARE(wizard->selectedPanel(), 13u);
+        QVERIFY(wizard.press("backButton"));
         QCOMPARE(wizard->selectedPanel(), 2u);
         QVERIFY(wizard.press("nextButton"));
+        wizard.play(Wizard::kTrackSeconds);
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 4u);
         QCOMPARE(wizard.field(4, 10)->text(), QStringLiteral("Nina Berg"));
         QCOMPARE(wizard.field(4, 11)->text(), QStringLiteral("Attic"));
@@ -360,7 +379,7 @@ class WizardFlowTest : public QObject {
     void helpAndCloseAndAnInvalidPanel()
     {
         Wizard wizard({kPlainTurntable});
-        wizard->setPanel(13);
+        wizard->setPanel(14);
         QVERIFY(
             wizard.boxes.saw(QStringLiteral("Internal error"), QStringLiteral("Switch to invalid panel")));
         QCOMPARE(wizard->selectedPanel(), 1u);

@@ -1,12 +1,15 @@
 // One record from start to finish, as a user goes through it: connect, turntable, level,
-// Record, the side splits itself at its gaps and ends by itself, names typed, the tracks
-// exported into a music library, and the question whether to record another.
+// Record, the side splits itself at its gaps and ends by itself, the tracks checked and
+// corrected, names typed, the tracks exported into a music library, and the question
+// whether to record another.
 
 #include "WizardTestSupport.h"
 #include "capture/TakeFolder.h"
 #include "library/LibrarySettings.h"
 #include "library/TrackTags.h"
 #include "ui/TrackNameField.h"
+#include "ui/TrackCheckPanel.h"
+#include "ui/TrackCheckView.h"
 
 #include <QDesktopServices>
 #include <QDir>
@@ -30,10 +33,10 @@ namespace {
 
 constexpr double kRate = 44100.0;
 
-// A short side: three pieces of 12 s with gaps of 3 s, then silence. The detector needs more
+// A short side: three pieces of 16 s with gaps of 3 s, then silence. The detector needs more
 // than 10 s of sound before it may split and more than 60 s of quiet for the end of the side.
 struct ShortSide {
-    static constexpr double kPiece = 12.0;
+    static constexpr double kPiece = 16.0;
     static constexpr double kGap = 3.0;
     static constexpr int kPieces = 3;
     static constexpr double kMusicEnd = kPieces * kPiece + (kPieces - 1) * kGap;
@@ -53,6 +56,19 @@ struct ShortSide {
         return float(0.1 * std::sin(2.0 * M_PI * hz * t));
     }
 };
+
+// Interleaved stereo samples of a sound file, as floats.
+std::vector<float> ReadSamples(const QString& path)
+{
+    SF_INFO info{};
+    SNDFILE* file = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
+    if (!file)
+        return {};
+    std::vector<float> samples(std::size_t(info.frames) * std::size_t(info.channels));
+    sf_readf_float(file, samples.data(), info.frames);
+    sf_close(file);
+    return samples;
+}
 
 QStringList LibraryFiles(const QString& folder)
 {
@@ -183,21 +199,53 @@ class WizardSessionTest : public QObject {
             if (clock.elapsed() < due)
                 QTest::qSleep(int(due - clock.elapsed()));
         }
-        // The end of the side: the run-out's track is dropped and the names are asked for.
-        QCOMPARE(wizard->selectedPanel(), 7u);
+        // The end of the side: the run-out's track is dropped and the tracks are shown.
+        QCOMPARE(wizard->selectedPanel(), 13u);
         QVERIFY(!audio.recording());
         QVERIFY(!wizard.playingThrough());
         QCOMPARE(mostTracks, 4u);
         QCOMPARE(audio.numRecordedTracks(), 3u);
         QCOMPARE(wizard.boxes.seen.size(), 0);
-        QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxx......."));
-        // Each name field tells how long its track is: a piece and the part of a gap around it.
-        for (int tag = 61; tag <= 63; ++tag) {
-            const auto* field = qobject_cast<Tolm::Ui::TrackNameField*>(wizard.field(7, tag));
-            QVERIFY(field);
-            QVERIFY2(QRegularExpression(QStringLiteral("^0:1[3-6]$")).match(field->duration()).hasMatch(),
-                     qPrintable(field->duration()));
+        QVERIFY(WaitFor([&] { return wizard->trackCheck()->ready(); }));
+        Tolm::Ui::TrackCheckView* side = wizard->trackCheck()->trackView();
+        QCOMPARE(side->markers().trackCount(), 3u);
+        std::vector<float> recorded;
+        for (UInt32 take = 1; take <= 3; ++take) {
+            const std::vector<float> samples = ReadSamples(audio.fileNameForTrack(take));
+            recorded.insert(recorded.end(), samples.begin(), samples.end());
         }
+
+        // One boundary 50 ms later, one added in the middle of the second piece, and the one
+        // before the third piece taken away.
+        QTest::keyClick(side, Qt::Key_Right);
+        QCOMPARE(side->selectedMarker(), std::optional<std::size_t>(1));
+        const std::int64_t moved = side->markers().position(1) + 5 * 441;
+        for (int i = 0; i < 5; ++i)
+            QTest::keyClick(side, Qt::Key_Right, Qt::ShiftModifier);
+        QCOMPARE(side->markers().position(1), moved);
+        QTest::mouseClick(side, Qt::LeftButton, Qt::NoModifier,
+                          QPoint(int(side->xOf(std::int64_t((ShortSide::kPiece + ShortSide::kGap + 6.0) * kRate))),
+                                 side->height() / 2));
+        QVERIFY(wizard.press("splitHereButton"));
+        QCOMPARE(side->markers().trackCount(), 4u);
+        side->selectMarker(3);
+        QTest::keyClick(side, Qt::Key_Delete);
+        const std::vector<std::int64_t> markers = side->markers().positions();
+        QCOMPARE(markers.size(), 4u);
+        QCOMPARE(markers[1], moved);
+
+        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 7u);
+        QCOMPARE(audio.numRecordedTracks(), 3u);
+        QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xxx......."));
+        // Back from naming shows the tracks as they were cut, not as found again.
+        QVERIFY(wizard.press("backButton"));
+        QVERIFY(WaitFor([&] { return wizard->trackCheck()->ready(); }));
+        const std::vector<std::int64_t> asCut{0, markers[1] - markers[0], markers[2] - markers[0],
+                                              markers[3] - markers[0]};
+        QCOMPARE(side->markers().positions(), asCut);
+        QVERIFY(wizard.press("nextButton"));
+        QCOMPARE(wizard->selectedPanel(), 7u);
 
         const QStringList titles{QStringLiteral("Morning Train"), QStringLiteral("Paper Boats / Reprise"),
                                  QStringLiteral("Blue Hour")};
@@ -218,6 +266,12 @@ class WizardSessionTest : public QObject {
         const QStringList files = LibraryFiles(library.folder);
         QCOMPARE(files.size(), 3);
         for (int i = 0; i < titles.size(); ++i) {
+            // Each track starts and ends where its markers were, to the sample.
+            const std::vector<float> samples = ReadSamples(QDir(library.folder).filePath(files[i]));
+            QCOMPARE(std::int64_t(samples.size() / 2), markers[std::size_t(i) + 1] - markers[std::size_t(i)]);
+            const float* expected = recorded.data() + markers[std::size_t(i)] * 2;
+            for (std::size_t n = 0; n < samples.size(); ++n)
+                QVERIFY2(std::fabs(samples[n] - expected[n]) < 1e-6f, qPrintable(QString::number(n)));
             const Tags tags = ReadTags(QDir(library.folder).filePath(files[i]));
             QCOMPARE(tags.artist, QStringLiteral("Nina Berg"));
             QCOMPARE(tags.album, QStringLiteral("Songs from the Attic"));
@@ -258,6 +312,7 @@ class WizardSessionTest : public QObject {
         QVERIFY(wizard.startRecording());
         wizard.rig.hardware->Pump(wizard.inputs.front(), 3 * 44100);
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 4u);
         QTest::keyClicks(wizard.field(4, 12), QStringLiteral("Encore"));
         QVERIFY(wizard.press("nextButton"));

@@ -12,6 +12,7 @@
 #include "ui/AppDelegate.h"
 #include "ui/CustomView.h"
 #include "ui/CustomWindow.h"
+#include "ui/TrackCheckPanel.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -189,15 +190,33 @@ struct Wizard {
         button(2, "automaticallySplitTracks")->setChecked(split);
         return press("nextButton") && app->selectedPanel() == 3;
     }
-    // Records `tracks` tracks by hand and stops: the naming panels.
+    // Plays `seconds` of the input into the recording, paced so the file writer keeps up.
+    void play(double seconds) const
+    {
+        constexpr UInt32 kChunk = 4096;
+        for (double played = 0.0; played < seconds; played += kChunk / 44100.0) {
+            rig.hardware->Pump(inputs.front(), kChunk);
+            QCoreApplication::processEvents();
+            QTest::qSleep(4);
+        }
+    }
+    // Records `tracks` tracks of a few seconds by hand, stops, and takes the tracks as they
+    // are on the check panel: the naming panels.
     bool recordAndStop(UInt32 tracks) const
     {
         if (!startRecording())
             return false;
-        while (audio().numRecordedTracks() < tracks)
+        play(kTrackSeconds);
+        while (audio().numRecordedTracks() < tracks) {
             audio().newTrack();
-        return press("nextButton");
+            play(kTrackSeconds);
+        }
+        return press("nextButton") && acceptTracks();
     }
+    // On the check panel: Next once the side is read.
+    bool acceptTracks() const;
+    // Long enough to be a track of its own.
+    static constexpr double kTrackSeconds = 2.2;
 
     QTemporaryDir state;
     Rig rig;
@@ -216,6 +235,13 @@ inline bool WaitFor(const std::function<bool()>& done, int timeoutMs = 20000)
         QTest::qSleep(2);
     }
     return true;
+}
+
+inline bool Wizard::acceptTracks() const
+{
+    if (app->selectedPanel() != 13 || !WaitFor([this] { return app->trackCheck()->ready(); }))
+        return false;
+    return press("nextButton") && app->selectedPanel() != 13;
 }
 
 } // namespace WizardTest

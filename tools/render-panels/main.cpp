@@ -14,6 +14,7 @@
 #include "ui/ImageNamed.h"
 #include "ui/MeteringView.h"
 #include "ui/SubViewController.h"
+#include "ui/TrackCheckView.h"
 #include "ui/TranslateView.h"
 
 #include <QApplication>
@@ -27,6 +28,7 @@
 #include <QProgressBar>
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 using namespace Tolm::Ui;
@@ -38,7 +40,7 @@ struct Panel {
     const char* nib;
 };
 
-constexpr std::array<Panel, 12> kPanels{{{1, "Tolm_Tab1"},
+constexpr std::array<Panel, 13> kPanels{{{1, "Tolm_Tab1"},
                                           {11, "Tolm_SelectDeviceTab"},
                                           {12, "Tolm_SelectTape"},
                                           {2, "Tolm_Tab2"},
@@ -49,7 +51,8 @@ constexpr std::array<Panel, 12> kPanels{{{1, "Tolm_Tab1"},
                                           {7, "Tolm_Tab7"},
                                           {8, "Tolm_Tab8"},
                                           {9, "Tolm_Tab9"},
-                                          {10, "Tolm_Tab10"}}};
+                                          {10, "Tolm_Tab10"},
+                                          {13, "Tolm_Tab13"}}};
 
 void SetText(CustomView& view, int tag, const QString& text)
 {
@@ -58,6 +61,49 @@ void SetText(CustomView& view, int tag, const QString& text)
         label->setText(text);
     else if (auto* edit = qobject_cast<QLineEdit*>(widget))
         edit->setText(text);
+}
+
+// A side of about 19 minutes: five pieces with quiet gaps, crackle in the lead-in and the
+// run-out. The rate is low: only its outline is drawn.
+const Tolm::Tracks::WaveformOverview& TypicalSide()
+{
+    static Tolm::Tracks::WaveformOverview overview;
+    if (overview.frames() > 0)
+        return overview;
+    constexpr double kRate = 8000.0;
+    const double pieces[][2] = {{6, 250}, {254, 470}, {475, 700}, {703, 905}, {910, 1120}};
+    std::vector<float> block;
+    std::uint32_t noise = 1;
+    for (std::int64_t frame = 0; frame < std::int64_t(1140 * kRate); ++frame) {
+        const double t = double(frame) / kRate;
+        noise = noise * 1664525u + 1013904223u;
+        double value = (double(noise >> 8) / double(1u << 24) - 0.5) * 0.01;
+        for (int i = 0; i < 5; ++i) {
+            if (t >= pieces[i][0] && t < pieces[i][1]) {
+                const double phrase = 0.55 + 0.35 * std::sin(t * (0.07 + 0.02 * i) + i);
+                value += phrase * std::sin(t * 2 * M_PI * 3.1) * std::sin(t * 2 * M_PI * (220 + 40 * i));
+            }
+        }
+        block.push_back(float(value));
+        block.push_back(float(value * 0.9));
+    }
+    overview.add(block.data(), std::int64_t(block.size() / 2));
+    return overview;
+}
+
+void ShowTypicalSide(CustomView& view)
+{
+    auto* side = view.findChild<TrackCheckView*>(QStringLiteral("trackCheckView"));
+    if (!side)
+        return;
+    constexpr double kRate = 8000.0;
+    const auto at = [](double seconds) { return std::int64_t(seconds * kRate); };
+    const Tolm::Tracks::WaveformOverview& overview = TypicalSide();
+    side->setSide(&overview, kRate,
+                  Tolm::Tracks::TrackMarkers({at(5.5), at(253.6), at(474.6), at(702.6), at(909.6), at(1120.5)},
+                                             overview.frames(), at(2)),
+                  {at(251.0), at(474.6), at(702.6)});
+    side->selectMarker(2);
 }
 
 // What a user would see in the middle of a session.
@@ -110,6 +156,9 @@ void ShowTypicalState(unsigned panel, CustomView& view)
     }
     case 8:
         SetText(view, 71, QStringLiteral("Lanterns"));
+        break;
+    case 13:
+        ShowTypicalSide(view);
         break;
     default:
         break;

@@ -8,9 +8,13 @@
 #include "SideRecorder.h"
 #include "InputDevices.h"
 #include "library/ConsoleImport.h"
+#include "tracks/SideScan.h"
+#include "tracks/TakeCutter.h"
+#include "tracks/TrackFinder.h"
 
 #include <QFileInfo>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -21,6 +25,46 @@ namespace fs = std::filesystem;
 namespace Tolm::Convert {
 
 namespace {
+
+// Cuts the takes again where the analysis of the whole side puts the tracks, the new files
+// beside the takes until the session puts them in their place. False (after a message) when
+// that failed; the takes are then as they were recorded.
+bool CutAtFoundTracks(Capture::Audio& audio, Capture::SideSession& session, RecordedSide& side, int trackCount)
+{
+    std::vector<std::string> paths;
+    for (const RecordedTrack& track : side.tracks)
+        paths.push_back(track.path);
+    std::vector<std::string> files;
+    try {
+        const Tracks::TakeFiles takes(paths);
+        const Tracks::SideScan scan = Tracks::SideScan::Run(takes, audio.equaliser());
+        const Tracks::TrackMarkers markers = Tracks::TrackFinder::Find(scan, takes, trackCount);
+        if (trackCount > 0 && int(markers.trackCount()) != trackCount)
+            std::fprintf(stderr, "Found %zu tracks, not %d.\n", markers.trackCount(), trackCount);
+        if (!Tracks::TakeCutter::changes(takes, markers.positions()))
+            return true;
+        ProgressBar progress("Cutting");
+        files = Tracks::TakeCutter::write(
+            takes, markers.positions(),
+            [&](unsigned track) { return (session.takePath(track) + QStringLiteral(".cut")).toStdString(); },
+            [&](double fraction) { progress.Update(fraction); });
+        progress.Finish();
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "The tracks could not be cut again (%s); they stay as recorded.\n", e.what());
+        return false;
+    }
+    QStringList newFiles;
+    for (const std::string& file : files)
+        newFiles << QString::fromStdString(file);
+    if (!session.replaceTakes(newFiles)) {
+        std::fprintf(stderr, "The tracks could not be cut again (%s).\n", qPrintable(session.errorText()));
+        return false;
+    }
+    side.tracks.clear();
+    for (const auto& take : session.takes())
+        side.tracks.push_back({take.path.toStdString(), take.seconds});
+    return true;
+}
 
 // The engine prints its diagnostics on standard output; our results must stay alone
 // there, so that a script can read them. The engine's lines go to standard error.
@@ -62,6 +106,8 @@ int RunRecord(const std::vector<std::string>& args)
         return kExitBadInput;
     const bool noAutoSplit = parser.Flag("no-auto-split");
     const auto outDir = parser.Value("out");
+    const auto finder = parser.Value("finder");
+    const auto trackCountText = parser.Value("tracks");
     const auto positionals = parser.Positionals();
     if (!positionals)
         return kExitBadInput;
@@ -90,6 +136,26 @@ int RunRecord(const std::vector<std::string>& args)
             return kExitBadInput;
         }
     }
+    if (finder && *finder != "gaps" && *finder != "side") {
+        parser.Error("--finder takes gaps or side, not \"" + *finder + "\"");
+        return kExitBadInput;
+    }
+    int trackCount = 0;
+    if (trackCountText) {
+        char* end = nullptr;
+        const long count = std::strtol(trackCountText->c_str(), &end, 10);
+        if (trackCountText->empty() || *end || count < 1 || count > 99) {
+            parser.Error("--tracks takes a number of tracks from 1 to 99, not \"" + *trackCountText + "\"");
+            return kExitBadInput;
+        }
+        trackCount = int(count);
+    }
+    if (trackCount > 0 && finder == "gaps") {
+        parser.Error("--tracks needs --finder side: the gaps found while recording are what they are");
+        return kExitBadInput;
+    }
+    // A count from the sleeve only means something to the analysis of the whole side.
+    const bool analyseSide = finder == "side" || trackCount > 0;
     if (outDir && import->wanted) {
         parser.Error("--out and --import exclude each other: imported tracks go to the music library");
         return kExitBadInput;
@@ -130,7 +196,7 @@ int RunRecord(const std::vector<std::string>& args)
         return kExitBadInput;
     audio.setGainDb(gainDb);
 
-    const auto side = recorder.Record(!noAutoSplit, [&] {
+    auto side = recorder.Record(!noAutoSplit, [&] {
         if (turntableDemo)
             turntableDemo->Side().DropNeedle();
     });
@@ -143,6 +209,8 @@ int RunRecord(const std::vector<std::string>& args)
     }
     // A write failure has been told; what was kept goes on as usual, and the status says it.
     const int recorded = side->failed ? kExitFailed : kExitOk;
+    if (analyseSide)
+        CutAtFoundTracks(audio, recorder.Session(), *side, trackCount);
 
     if (import->wanted) {
         ProgressBar progress("Converting");
@@ -209,6 +277,12 @@ std::vector<CommandOption> Options()
         {"no-auto-split", nullptr,
          "Do not split at the gaps or end at the end of the side: Enter starts a new track, Ctrl-C "
          "stops."},
+        {"finder", "F",
+         "How the tracks are cut once the side is recorded: gaps keeps the splits made while recording; side "
+         "cuts again where the analysis of the whole side finds the tracks.",
+         "gaps", "gaps side"},
+        {"tracks", "N", "The number of tracks on the side (from the sleeve): the side is cut into exactly N tracks "
+         "(implies --finder side).", "none"},
         {"out", "DIR", "Move the track files into DIR as 01.wav, 02.wav, ... (DIR made if it is missing).",
          "the tracks stay where they were recorded, and their paths are printed", "<dir>"},
     };
@@ -219,7 +293,7 @@ std::vector<CommandOption> Options()
 
 const Registration reg{{"record", "record a side from the USB turntable or cassette deck into tracks",
                         "record --device NAME|auto|--demo [--turntable|--tape normal|chrome] [--gain DB] "
-                        "[--no-auto-split] [--out DIR | --import --artist A --album B [--title T]... "
+                        "[--no-auto-split] [--finder gaps|side] [--tracks N] [--out DIR | --import --artist A --album B [--title T]... "
                         "[--album-artist A] [--year YYYY] [--side A|B] "
                         "[--library DIR] [--format F] [--quality 0-10]]",
                         &RunRecord, Options()}};
