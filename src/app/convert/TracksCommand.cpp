@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "FinderOptions.h"
 #include "SideAnalysis.h"
 
 #include <cstdio>
@@ -57,34 +58,71 @@ std::string JsonString(const std::string& text)
 
 void PrintText(const std::string& path, const SideAnalysisResult& side, AudioFilter::Type eq)
 {
-    const double seconds = double(side.frames) / side.sampleRate;
+    const double rate = side.sampleRate;
+    const auto spans = side.spans();
     std::printf("%s: %u Hz, %s, equaliser %s, %zu track%s\n", path.c_str(), side.sampleRate,
-                FormatMinutesSeconds(seconds).c_str(), EqualiserName(eq), side.tracks.size(),
-                side.tracks.size() == 1 ? "" : "s");
-    if (side.tracks.empty())
+                FormatMinutesSeconds(double(side.frames) / rate).c_str(), EqualiserName(eq), spans.size(),
+                spans.size() == 1 ? "" : "s");
+    if (spans.empty())
         return;
-    std::printf("%5s  %9s  %9s  %12s  %12s\n", "Track", "Start", "Length", "Start sample", "Samples");
-    int number = 0;
-    for (const auto& t : side.tracks)
-        std::printf("%5d  %9s  %9s  %12d  %12d\n", ++number, FormatMinutesSeconds(t.start).c_str(),
-                    FormatMinutesSeconds(t.duration).c_str(), t.startSample, t.lengthSamples);
+    const bool sure = side.finder == TrackFinder::Side;
+    std::printf("%5s  %9s  %9s  %12s  %12s%s\n", "Track", "Start", "Length", "Start sample", "Samples",
+                sure ? "  Boundary" : "");
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        const auto& t = spans[i];
+        std::printf("%5zu  %9s  %9s  %12lld  %12lld", i + 1, FormatMinutesSeconds(double(t.startSample) / rate).c_str(),
+                    FormatMinutesSeconds(double(t.endSample - t.startSample) / rate).c_str(),
+                    static_cast<long long>(t.startSample), static_cast<long long>(t.endSample - t.startSample));
+        if (sure && i > 0)
+            std::printf("  %7.0f%%", 100.0 * side.side.boundaryConfidence[i - 1]);
+        std::printf("\n");
+    }
+    if (sure)
+        std::printf(side.side.sideEndFound ? "The music of the side ends at %s.\n"
+                                           : "The music runs to the end of the file (%s).\n",
+                    FormatMinutesSeconds(double(side.side.sideEndSample) / rate).c_str());
 }
 
 void PrintJson(const std::string& path, const SideAnalysisResult& side, AudioFilter::Type eq)
 {
+    const double rate = side.sampleRate;
+    const auto spans = side.spans();
     std::printf("{\n  \"file\": %s,\n  \"sampleRate\": %u,\n  \"frames\": %lld,\n  \"seconds\": %.9g,\n"
-                "  \"equaliser\": \"%s\",\n  \"tracks\": [",
+                "  \"equaliser\": \"%s\",\n  \"finder\": \"%s\",\n  \"tracks\": [",
                 JsonString(path).c_str(), side.sampleRate, static_cast<long long>(side.frames),
-                double(side.frames) / side.sampleRate, EqualiserName(eq));
-    int number = 0;
-    for (const auto& t : side.tracks) {
-        std::printf("%s\n    {\"number\": %d, \"start\": %.9g, \"duration\": %.9g, \"startSample\": %d, "
-                    "\"lengthSamples\": %d}",
-                    number == 0 ? "" : ",", number + 1, double(t.start), double(t.duration), t.startSample,
-                    t.lengthSamples);
-        ++number;
+                double(side.frames) / rate, EqualiserName(eq), TrackFinderName(side.finder));
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        const auto& t = spans[i];
+        if (side.finder == TrackFinder::Gaps) {
+            // The detector's own seconds, unrounded.
+            const auto& item = side.tracks[i];
+            std::printf("%s\n    {\"number\": %zu, \"start\": %.9g, \"duration\": %.9g, \"startSample\": %lld, "
+                        "\"lengthSamples\": %lld}",
+                        i == 0 ? "" : ",", i + 1, double(item.start), double(item.duration),
+                        static_cast<long long>(t.startSample), static_cast<long long>(t.endSample - t.startSample));
+            continue;
+        }
+        std::printf("%s\n    {\"number\": %zu, \"start\": %.9g, \"duration\": %.9g, \"end\": %.9g, "
+                    "\"startSample\": %lld, \"lengthSamples\": %lld, \"endSample\": %lld",
+                    i == 0 ? "" : ",", i + 1, double(t.startSample) / rate, double(t.endSample - t.startSample) / rate,
+                    double(t.endSample) / rate, static_cast<long long>(t.startSample),
+                    static_cast<long long>(t.endSample - t.startSample), static_cast<long long>(t.endSample));
+        if (i > 0)  // how sure the boundary before this track is
+            std::printf(", \"confidence\": %.3f", side.side.boundaryConfidence[i - 1]);
+        std::printf("}");
     }
-    std::printf("%s]\n}\n", number == 0 ? "" : "\n  ");
+    std::printf("%s]", spans.empty() ? "" : "\n  ");
+    if (side.finder == TrackFinder::Side) {
+        std::printf(",\n  \"boundaries\": [");
+        for (std::size_t i = 1; i < spans.size(); ++i)
+            std::printf("%s\n    {\"after\": %zu, \"end\": %.9g, \"start\": %.9g, \"confidence\": %.3f}",
+                        i == 1 ? "" : ",", i, double(spans[i - 1].endSample) / rate,
+                        double(spans[i].startSample) / rate, side.side.boundaryConfidence[i - 1]);
+        std::printf("%s],\n  \"sideEnd\": %.9g,\n  \"sideEndSample\": %lld,\n  \"sideEndFound\": %s",
+                    spans.size() > 1 ? "\n  " : "", double(side.side.sideEndSample) / rate,
+                    static_cast<long long>(side.side.sideEndSample), side.side.sideEndFound ? "true" : "false");
+    }
+    std::printf("\n}\n");
 }
 
 int RunTracks(const std::vector<std::string>& args)
@@ -93,6 +131,9 @@ int RunTracks(const std::vector<std::string>& args)
     const bool json = parser.Flag("json");
     const bool verbose = parser.Flag("verbose");
     const auto eqName = parser.Value("eq");
+    SideAnalysisOptions options;
+    if (!TakeFinderOptions(parser, options))
+        return kExitBadInput;
     const auto files = parser.Positionals();
     if (!files)
         return kExitBadInput;
@@ -110,7 +151,6 @@ int RunTracks(const std::vector<std::string>& args)
     InstallStopRequestHandler();
     // The detector's own lines would tear the bar apart; with --verbose they win.
     ProgressBar bar("Reading", StandardErrorIsTerminal() && !verbose);
-    SideAnalysisOptions options;
     options.equaliser = eq;
     options.verbose = verbose;
     options.progress = [&bar](double fraction) { bar.Update(fraction); };
@@ -141,7 +181,8 @@ int RunTracks(const std::vector<std::string>& args)
 }
 
 const Registration registration{{"tracks", "find the tracks of a recorded side",
-                                  "tracks FILE [--eq none|riaa|riaa-bass|chrome] [--json] [--verbose]",
+                                  "tracks FILE [--eq none|riaa|riaa-bass|chrome] [--finder side|gaps] [--tracks N] "
+                                  "[--lengths M:SS,...] [--json] [--verbose]",
                                   &RunTracks}};
 
 } // namespace
