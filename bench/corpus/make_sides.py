@@ -219,7 +219,8 @@ def make_side(name, medium, o, pool, rng):
     if o.get("flat"):
         side = riaa_recording(side)
     side = np.clip(side, -1, 1)
-    return side, {"kind": name, "eq": "riaa" if o.get("flat") else "none", "tracks": count,
+    return side, {"kind": name, "eq": "riaa" if o.get("flat") else "none", "tracks": count, "start": round(lead, 3),
+                  "songs": [s for s, _ in picks],
                   "boundaries": [round(b, 3) for b in boundaries], "end": round(end, 3)}
 
 

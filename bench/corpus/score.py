@@ -39,6 +39,7 @@ def main():
     ap.add_argument("--convert", default="build/src/app/tolm-convert")
     ap.add_argument("--finder", default="side")
     ap.add_argument("--hint", action="store_true")
+    ap.add_argument("--lengths", action="store_true", help="give each side its track lengths, as a sleeve would")
     ap.add_argument("-v", "--verbose", action="store_true")
     args = ap.parse_args()
 
@@ -49,6 +50,9 @@ def main():
         cmd = [args.convert, "tracks", wav, "--json", "--eq", truth["eq"], "--finder", args.finder]
         if args.hint:
             cmd += ["--tracks", str(truth["tracks"])]
+        if args.lengths:
+            onsets = [truth.get("start", 2.5)] + truth["boundaries"] + [truth["end"]]
+            cmd += ["--lengths", ",".join("%d:%02d" % divmod(round(b - a), 60) for a, b in zip(onsets, onsets[1:]))]
         out = json.loads(subprocess.run(cmd, check=True, capture_output=True, text=True).stdout)
         tracks = out["tracks"]
         found = [t["start"] for t in tracks[1:]]
@@ -65,7 +69,8 @@ def main():
         if args.verbose:
             print(truth["kind"], "truth", b, "found", [round(x, 2) for x in found], file=sys.stderr)
 
-    print(f"finder {args.finder}{' with the track count' if args.hint else ''}")
+    print(f"finder {args.finder}{' with the track count' if args.hint else ''}"
+          f"{' with the track lengths' if args.lengths else ''}")
     print(f"{'side':20s} {'true':>4s} {'found':>5s} {'F1@2s':>6s} {'F1@.5s':>6s} {'false':>5s} {'missed':>6s} end")
     for kind, t, f, h2, h05, end_ok, end_error in rows:
         print(f"{kind:20s} {t:4d} {f:5d} {f1(h2, t, f)[2]:6.2f} {f1(h05, t, f)[2]:6.2f} {f - h2:5d} {t - h2:6d} "
