@@ -49,7 +49,7 @@ TEST(TracksCommand, PrintsTheTracksOfASideAsATableOrJson)
     TempFolder folder;
     const std::string side = folder.File("side.wav");
     WriteSound(side, MakeSide(ThreeSongSide(), 44100), 44100, kFloatWav);
-    auto run = Convert(folder, {"tracks", side});
+    auto run = Convert(folder, {"tracks", "--finder", "gaps", side});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");  // no bar off a terminal, no detector lines
     EXPECT_EQ(run.out, side + ": 44100 Hz, 2:16.0, equaliser none, 3 tracks\n"
@@ -58,7 +58,7 @@ TEST(TracksCommand, PrintsTheTracksOfASideAsATableOrJson)
                               "    2     0:53.0     0:23.5       2337300       1036350\n"
                               "    3     1:16.5     0:56.5       3373650       2491650\n");
 
-    run = Convert(folder, {"tracks", "--json", "--eq", "riaa", side});
+    run = Convert(folder, {"tracks", "--json", "--eq", "riaa", "--finder", "gaps", side});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "{\n  \"file\": \"" + side +
                            "\",\n"
@@ -66,6 +66,7 @@ TEST(TracksCommand, PrintsTheTracksOfASideAsATableOrJson)
                            "  \"frames\": 5997600,\n"
                            "  \"seconds\": 136,\n"
                            "  \"equaliser\": \"riaa\",\n"
+                           "  \"finder\": \"gaps\",\n"
                            "  \"tracks\": [\n"
                            "    {\"number\": 1, \"start\": 0, \"duration\": 53, \"startSample\": 0, "
                            "\"lengthSamples\": 2337300},\n"
@@ -80,6 +81,71 @@ TEST(TracksCommand, PrintsTheTracksOfASideAsATableOrJson)
     run = Convert(folder, {"tracks", "--json", odd});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("a \\\"quoted\\\" \\\\ name \xEF\xBF\xBD.wav\""), std::string::npos) << run.out;
+}
+
+// Every "name": number pair of the output, in order.
+std::vector<double> Numbers(const std::string& json, const std::string& name)
+{
+    std::vector<double> v;
+    const std::string key = "\"" + name + "\": ";
+    for (auto at = json.find(key); at != std::string::npos; at = json.find(key, at + 1))
+        v.push_back(std::stod(json.substr(at + key.size())));
+    return v;
+}
+
+std::vector<float> ReadFrames(const std::string& path, int& channels)
+{
+    SF_INFO info{};
+    SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
+    if (!f)
+        return {};
+    channels = info.channels;
+    std::vector<float> v(std::size_t(info.frames * info.channels));
+    sf_readf_float(f, v.data(), info.frames);
+    sf_close(f);
+    return v;
+}
+
+TEST(TracksCommand, TheSideAnalysisIsTheDefaultAndSplitCutsItsTracksSampleExact)
+{
+    TempFolder folder;
+    const std::string side = folder.File("side.wav");
+    const StereoSamples samples = MakeSide(ThreeSongSide(), 44100);
+    WriteSound(side, samples, 44100, kFloatWav);
+
+    const auto run = Convert(folder, {"tracks", "--json", side});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("\"finder\": \"side\""), std::string::npos);
+    EXPECT_NE(run.out.find("\"sideEndFound\": true"), std::string::npos) << run.out;
+    EXPECT_EQ(Numbers(run.out, "confidence").size(), 4u) << "two boundaries, in the tracks and in their list";
+    const auto starts = Numbers(run.out, "startSample"), ends = Numbers(run.out, "endSample");
+    ASSERT_EQ(starts.size(), 3u) << run.out;
+    ASSERT_EQ(ends.size(), 3u);
+    const double truth[][2] = {{1, 51}, {55, 75}, {78, 128}};  // lead-in, gaps and run-out left out
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_NEAR(starts[i] / 44100, truth[i][0], 0.2) << "track " << i + 1;
+        EXPECT_NEAR(ends[i] / 44100, truth[i][1], 0.2) << "track " << i + 1;
+    }
+    EXPECT_EQ(Numbers(run.out, "sideEndSample"), std::vector<double>{ends.back()});
+
+    const auto split = Convert(folder, {"split", side, "--out", folder.File("cut")});
+    ASSERT_EQ(split.status, 0) << split.err;
+    std::istringstream written(split.out);  // the track files, one a line
+    for (std::size_t i = 0; i < 3; ++i) {
+        std::string path;
+        std::getline(written, path);
+        int channels = 0;
+        const auto frames = ReadFrames(path, channels);
+        ASSERT_EQ(channels, 2) << "track " << i + 1 << ": " << split.out;
+        const auto first = std::size_t(starts[i]);
+        ASSERT_EQ(frames.size() / 2, std::size_t(ends[i]) - first) << "track " << i + 1;
+        for (std::size_t k = 0; k < frames.size() / 2; ++k) {
+            if (frames[2 * k] != samples.left[first + k] || frames[2 * k + 1] != samples.right[first + k]) {
+                ADD_FAILURE() << "track " << i + 1 << " differs at frame " << k;
+                break;
+            }
+        }
+    }
 }
 
 TEST(TracksCommand, BadInputIsOneLineAndStatusTwo)
@@ -104,6 +170,16 @@ TEST(TracksCommand, BadInputIsOneLineAndStatusTwo)
         {{"tracks", "--eq", "loud", folder.File("mono.wav")},
          "tolm-convert tracks: unknown equaliser \"loud\" (none, riaa, riaa-bass or chrome)\n"},
         {{"tracks"}, "tolm-convert tracks: which file? (tolm-convert tracks FILE)\n"},
+        {{"tracks", "--finder", "best", folder.File("mono.wav")},
+         "tolm-convert tracks: --finder takes side or gaps, not \"best\"\n"},
+        {{"tracks", "--tracks", "0", folder.File("mono.wav")},
+         "tolm-convert tracks: --tracks takes a number of tracks from 1 to 99, not \"0\"\n"},
+        {{"tracks", "--lengths", "3:12,4:75", folder.File("mono.wav")},
+         "tolm-convert tracks: --lengths takes track lengths like 3:12,4:05,2:58, not \"3:12,4:75\"\n"},
+        {{"tracks", "--tracks", "3", "--lengths", "3:12,4:05", folder.File("mono.wav")},
+         "tolm-convert tracks: --tracks 3 but --lengths gives 2 tracks\n"},
+        {{"tracks", "--finder", "gaps", "--tracks", "3", folder.File("mono.wav")},
+         "tolm-convert tracks: --tracks and --lengths are hints for --finder side\n"},
     };
     for (const auto& [args, message] : cases) {
         const auto run = Convert(folder, args);
