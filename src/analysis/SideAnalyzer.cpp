@@ -123,7 +123,8 @@ void SideAnalyzer::process(const float* left, const float* right, std::size_t fr
 
 void SideAnalyzer::decimated(float x)
 {
-    x += kDenormalGuard;
+    // One NaN or Inf would stay in the low-pass states for the rest of the side.
+    x = std::isfinite(x) ? x + kDenormalGuard : kDenormalGuard;
     mLow[0] += mCoef[0] * (x - mLow[0]);
     mLow[1] += mCoef[1] * (x - mLow[1]);
     mLow[2] += mCoef[2] * (x - mLow[2]);
@@ -154,15 +155,17 @@ Features Measure(const std::vector<float> (&raw)[3], double hopSeconds)
     std::vector<float> level[3];
     for (int k = 0; k < 3; ++k) {
         level[k] = Median5(raw[k]);
+        // A moment of digital silence (before the device delivered) says nothing about the
+        // side's noise; gaps that are all digital silence do.
         std::vector<float> heard;
         heard.reserve(f.n);
         for (const float v : level[k])
             if (v > kSilentDb + 10.0f)
                 heard.push_back(v);
-        if (heard.empty())
+        if ((f.n - heard.size()) * 100 >= f.n)
             heard = level[k];
         // The quietest hops are the side's own noise: surface, hiss, hum.
-        const float floor = Percentile(heard, 0.01);
+        const float floor = Percentile(heard, 0.003);
         const float loud = Percentile(heard, 0.9);
         const float span = std::max(loud - floor, kMinSpanDb);
         f.band[k].resize(f.n);

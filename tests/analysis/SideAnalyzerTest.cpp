@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <random>
 #include <string>
@@ -200,8 +201,18 @@ TEST(SideAnalyzer, HintsGiveExactlyTheTracksAsked)
     EXPECT_EQ(side.analyze({0, {20, 20, 20, 20, 20, 20, 20, 20, 20}}).tracks.size(), 9u);
 }
 
-TEST(SideAnalyzer, SilenceAndNothingAreNoTracks)
+TEST(SideAnalyzer, SilenceAndNothingAreNoTracksAndABrokenSampleIsNoHarm)
 {
+    Side broken;
+    broken.quiet(2);
+    broken.song(30, 30);
+    broken.quiet(3);
+    broken.song(30, 31);
+    broken.quiet(5);
+    broken.left[5 * kRate] = std::numeric_limits<float>::quiet_NaN();
+    broken.right[6 * kRate] = std::numeric_limits<float>::infinity();
+    ExpectNear(Starts(broken.analyze()), broken.starts, 0.3);
+
     Side side;
     side.quiet(30);
     side.wear(1e9);
