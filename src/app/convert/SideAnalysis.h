@@ -59,7 +59,7 @@ struct SideAnalysisResult {
     // last whole frame, so up to half a second short of `frames`.
     std::vector<float> levels;
     std::vector<Morvo::Audio::Filters::GapDetector::TrackItem> tracks;  // the gap detector's
-    Tolm::Analysis::SideTracks side;                                     // the side analysis'
+    Tolm::Analysis::SideTracks side;                                     // the side analysis's
     TrackFinder finder = TrackFinder::Gaps;
 
     // The tracks of whichever finder ran, in samples: a long side at a high rate passes 2^31.
