@@ -4,7 +4,7 @@ of records and tapes added, and writes the true boundaries beside each side.
 
     apt-get install python3-numpy python3-scipy sox \
         hyperrogue-music drascula-music fretsonfire-songs-muldjord
-    bench/corpus/make_sides.py OUT_DIR        # about 14 sides, 16-bit WAV, ~1.2 GB
+    bench/corpus/make_sides.py OUT_DIR [--seed N]   # 14 sides, 16-bit WAV, ~1.6 GB, a few minutes
 
 Each side is OUT_DIR/NAME.wav with OUT_DIR/NAME.json: the kind of side, the equaliser to
 analyse it with ("riaa" where the side was recorded without correction), the onsets of
@@ -228,6 +228,7 @@ def main():
     ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     ap.add_argument("out")
     ap.add_argument("--only", help="make only the kinds whose names contain this")
+    ap.add_argument("--seed", type=int, default=1000, help="another seed gives other sides of the same kinds")
     args = ap.parse_args()
     os.makedirs(args.out, exist_ok=True)
     pool = songs()
@@ -235,7 +236,7 @@ def main():
     for k, (name, (medium, o)) in enumerate(KINDS.items()):
         if args.only and args.only not in name:
             continue
-        rng = np.random.default_rng(1000 + k)
+        rng = np.random.default_rng(args.seed + k)
         side, truth = make_side(name, medium, o, pool, rng)
         pcm = (side * 32767).astype("<i2")
         import scipy.io.wavfile as wavfile
