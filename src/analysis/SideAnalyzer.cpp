@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <numeric>
 #include <stdexcept>
-#include <functional>
 
 namespace Tolm::Analysis {
 
