@@ -3,6 +3,7 @@
 // The counter x_realtime is audio seconds per wall second.
 
 #include "SideAnalysis.h"
+#include "analysis/SideAnalyzer.h"
 
 #include <benchmark/benchmark.h>
 #include <sndfile.h>
@@ -75,16 +76,58 @@ void RealTimeFactor(benchmark::State& state)
         benchmark::Counter(double(kSeconds) * double(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-void BM_SideAnalysis(benchmark::State& state, Morvo::Audio::Filters::AudioFilter::Type eq)
+void BM_SideAnalysis(benchmark::State& state, Morvo::Audio::Filters::AudioFilter::Type eq,
+                     Tolm::Convert::TrackFinder finder)
 {
     MakeSideOnce();
     Tolm::Convert::SideAnalysisOptions options;
     options.equaliser = eq;
+    options.finder = finder;
     std::size_t tracks = 0;
     for (auto _ : state)
-        tracks = Tolm::Convert::SideAnalysis::Run(kPath, options).tracks.size();
+        tracks = Tolm::Convert::SideAnalysis::Run(kPath, options).spans().size();
     state.counters["tracks"] = double(tracks);
     RealTimeFactor(state);
+}
+
+// The analysis alone, per frame, in blocks of 4096, and analyze() on an hour's feature track.
+void BM_SideAnalyzerProcess(benchmark::State& state)
+{
+    std::mt19937 rng(3);
+    std::uniform_real_distribution<float> d(-0.5f, 0.5f);
+    std::vector<float> left(4096), right(4096);
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        left[i] = d(rng);
+        right[i] = d(rng);
+    }
+    Tolm::Analysis::SideAnalyzer analyzer(kRate);
+    for (auto _ : state) {
+        analyzer.process(left.data(), right.data(), left.size());
+        benchmark::ClobberMemory();
+    }
+    state.counters["ns_per_frame"] = benchmark::Counter(
+        double(state.iterations()) * double(left.size()), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+void BM_SideAnalyzerAnalyze(benchmark::State& state)
+{
+    std::mt19937 rng(4);
+    std::normal_distribution<float> d(0.0f, 0.1f);
+    std::vector<float> left(kRate), right(kRate);
+    Tolm::Analysis::SideAnalyzer analyzer(kRate);
+    for (long second = 0; second < kSeconds; ++second) {
+        // Songs of 4:57 and 3 s gaps.
+        const float gain = second % 300 < 297 ? 1.0f : 0.001f;
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            left[i] = gain * d(rng);
+            right[i] = gain * d(rng);
+        }
+        analyzer.process(left.data(), right.data(), left.size());
+    }
+    std::size_t tracks = 0;
+    for (auto _ : state)
+        tracks = analyzer.analyze().tracks.size();
+    state.counters["tracks"] = double(tracks);
 }
 
 void BM_TracksCommand(benchmark::State& state, const char* eq)
@@ -103,9 +146,20 @@ void BM_TracksCommand(benchmark::State& state, const char* eq)
 
 } // namespace
 
-BENCHMARK_CAPTURE(BM_SideAnalysis, none, Morvo::Audio::Filters::AudioFilter::NoFilter)
+// The side analysis (what tolm-convert tracks runs by default) beside the gap detector's finder.
+BENCHMARK_CAPTURE(BM_SideAnalysis, side_none, Morvo::Audio::Filters::AudioFilter::NoFilter,
+                  Tolm::Convert::TrackFinder::Side)
     ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
-BENCHMARK_CAPTURE(BM_SideAnalysis, riaa, Morvo::Audio::Filters::AudioFilter::RIAAFilter)
+BENCHMARK_CAPTURE(BM_SideAnalysis, side_riaa, Morvo::Audio::Filters::AudioFilter::RIAAFilter,
+                  Tolm::Convert::TrackFinder::Side)
     ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK_CAPTURE(BM_SideAnalysis, gaps_none, Morvo::Audio::Filters::AudioFilter::NoFilter,
+                  Tolm::Convert::TrackFinder::Gaps)
+    ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK_CAPTURE(BM_SideAnalysis, gaps_riaa, Morvo::Audio::Filters::AudioFilter::RIAAFilter,
+                  Tolm::Convert::TrackFinder::Gaps)
+    ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK(BM_SideAnalyzerProcess);
+BENCHMARK(BM_SideAnalyzerAnalyze)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_TracksCommand, none, "none")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 BENCHMARK_CAPTURE(BM_TracksCommand, riaa, "riaa")->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <numeric>
 #include <stdexcept>
@@ -22,7 +23,8 @@ constexpr double kContextSeconds = 8.0;
 constexpr float kQuiet = 0.25f;   // presence below this: no music
 constexpr float kFloor = 0.12f;   // presence below this: at the noise floor
 constexpr float kMinSpanDb = 24.0f;
-constexpr double kAccept = 0.5;   // confidence needed without a hint
+constexpr double kAccept = 0.45;  // confidence needed without a hint
+constexpr double kLongGapSeconds = 3.0;  // sides with shorter gaps than this get a lower bar
 
 float Clamp01(float v) { return std::clamp(v, 0.0f, 1.0f); }
 
@@ -121,7 +123,8 @@ void SideAnalyzer::process(const float* left, const float* right, std::size_t fr
 
 void SideAnalyzer::decimated(float x)
 {
-    x += kDenormalGuard;
+    // One NaN or Inf would stay in the low-pass states for the rest of the side.
+    x = std::isfinite(x) ? x + kDenormalGuard : kDenormalGuard;
     mLow[0] += mCoef[0] * (x - mLow[0]);
     mLow[1] += mCoef[1] * (x - mLow[1]);
     mLow[2] += mCoef[2] * (x - mLow[2]);
@@ -152,15 +155,17 @@ Features Measure(const std::vector<float> (&raw)[3], double hopSeconds)
     std::vector<float> level[3];
     for (int k = 0; k < 3; ++k) {
         level[k] = Median5(raw[k]);
+        // A moment of digital silence (before the device delivered) says nothing about the
+        // side's noise; gaps that are all digital silence do.
         std::vector<float> heard;
         heard.reserve(f.n);
         for (const float v : level[k])
             if (v > kSilentDb + 10.0f)
                 heard.push_back(v);
-        if (heard.empty())
+        if ((f.n - heard.size()) * 100 >= f.n)
             heard = level[k];
         // The quietest hops are the side's own noise: surface, hiss, hum.
-        const float floor = Percentile(heard, 0.01);
+        const float floor = Percentile(heard, 0.003);
         const float loud = Percentile(heard, 0.9);
         const float span = std::max(loud - floor, kMinSpanDb);
         f.band[k].resize(f.n);
@@ -206,16 +211,16 @@ void Place(const Features& f, Candidate& c)
     c.start = firstFloor >= 0 ? lastFloor + 1 : lowest + 1;
 }
 
-void Rate(const Features& f, Candidate& c)
+// How sure a quiet stretch is a boundary. Above all its time at the noise floor: rests inside
+// a piece rarely last a second and a half, gaps between tracks rarely less. `gapScale` below 1
+// says this side's gaps are short, so shorter stretches count.
+void Rate(const Features& f, Candidate& c, double gapScale)
 {
     const auto& p = f.presence;
-    float lowest = 1.0f;
     std::ptrdiff_t atFloor = 0;
-    for (std::ptrdiff_t t = c.from; t < c.to; ++t) {
-        lowest = std::min(lowest, p[std::size_t(t)]);
+    for (std::ptrdiff_t t = c.from; t < c.to; ++t)
         atFloor += p[std::size_t(t)] < kFloor;
-    }
-    const double seconds = double(c.to - c.from) * f.hopSeconds;
+    const double gap = double(c.start - c.end) * f.hopSeconds;
     const std::ptrdiff_t context = f.hops(kContextSeconds);
     const float before = Mean(p, c.from - context, c.from);
     const float after = Mean(p, c.to, c.to + context);
@@ -223,11 +228,12 @@ void Rate(const Features& f, Candidate& c)
     for (int k = 0; k < 3; ++k)
         change += std::fabs(Mean(f.band[k], c.from - context, c.from) - Mean(f.band[k], c.to, c.to + context));
 
-    const double length = std::clamp((seconds - 0.3) / 1.2, 0.0, 1.0);
-    const double depth = std::max(double(atFloor) / double(c.to - c.from), double(Clamp01(1.0f - lowest / kQuiet)));
+    const double floorShare = double(atFloor) / double(c.to - c.from);
     const double surround = Clamp01(std::min(before, after) / 0.5f);
     const double changed = Clamp01(change / 0.6f);
-    c.confidence = std::clamp(0.45 * length + 0.3 * depth + 0.1 * surround + 0.15 * changed, 0.0, 1.0);
+    const double length = std::clamp((gap / gapScale - 1.0) / 0.8, 0.0, 1.0);
+    const double soft = std::clamp(gap / gapScale / 5.0, 0.0, 1.0) * (0.5 + 0.5 * floorShare);
+    c.confidence = 0.75 * length * (0.6 + 0.2 * floorShare + 0.1 * surround + 0.1 * changed) + 0.25 * soft;
 }
 
 // Picks boundaries by confidence, keeping every track at least `minHops` long.
@@ -248,6 +254,88 @@ std::vector<Candidate> Choose(std::vector<Candidate> pool, std::size_t wanted, d
             chosen.push_back(c);
     }
     std::sort(chosen.begin(), chosen.end(), [](const Candidate& a, const Candidate& b) { return a.from < b.from; });
+    return chosen;
+}
+
+// Where nothing quiet is left to cut at: the quietest second between two hops.
+Candidate Quietest(const Features& f, std::ptrdiff_t from, std::ptrdiff_t to)
+{
+    const std::ptrdiff_t half = f.hops(0.5);
+    Candidate best;
+    float lowest = 1e30f;
+    for (std::ptrdiff_t t = from; t < to; ++t) {
+        const float level = Mean(f.presence, t - half, t + half);
+        if (level < lowest) {
+            lowest = level;
+            best.from = best.end = best.start = t;
+            best.to = t + 1;
+        }
+    }
+    return best;
+}
+
+// Exactly `count` tracks: the longest are cut at their quietest point while boundaries are
+// missing.
+void FillUp(const Features& f, std::vector<Candidate>& chosen, std::size_t wanted, std::ptrdiff_t musicStart,
+            std::ptrdiff_t musicEnd)
+{
+    while (chosen.size() < wanted) {
+        std::ptrdiff_t from = musicStart, longestFrom = 0, longestTo = 0;
+        for (std::size_t i = 0; i <= chosen.size(); ++i) {
+            const std::ptrdiff_t to = i < chosen.size() ? chosen[i].end : musicEnd;
+            if (to - from > longestTo - longestFrom) {
+                longestFrom = from;
+                longestTo = to;
+            }
+            if (i < chosen.size())
+                from = chosen[i].start;
+        }
+        const std::ptrdiff_t span = longestTo - longestFrom;
+        if (span < 2)
+            break;
+        chosen.push_back(Quietest(f, longestFrom + span / 5, longestTo - span / 5));
+        std::sort(chosen.begin(), chosen.end(), [](const Candidate& a, const Candidate& b) { return a.from < b.from; });
+    }
+}
+
+// Boundaries placed to fit the lengths on a sleeve: each expected boundary takes the likeliest
+// quiet stretch near it, or the quietest point there.
+std::vector<Candidate> FitLengths(const Features& f, const std::vector<Candidate>& pool,
+                                  const std::vector<double>& seconds, std::ptrdiff_t musicStart,
+                                  std::ptrdiff_t musicEnd)
+{
+    const double total = std::accumulate(seconds.begin(), seconds.end(), 0.0);
+    // Sleeves round, and may or may not count the gaps: stretch the lengths over the music.
+    const double scale = double(musicEnd - musicStart) / (total / f.hopSeconds);
+    const std::ptrdiff_t window = std::max(f.hops(20.0), std::ptrdiff_t(0.05 * double(musicEnd - musicStart)));
+    std::vector<Candidate> chosen;
+    double sum = 0.0;
+    std::ptrdiff_t earliest = musicStart + 1;
+    for (std::size_t j = 0; j + 1 < seconds.size(); ++j) {
+        sum += seconds[j];
+        const auto expected = musicStart + std::ptrdiff_t(std::lround(sum * scale / f.hopSeconds));
+        const Candidate* best = nullptr;
+        double bestScore = -1e30;
+        for (const Candidate& c : pool) {
+            const double distance = double(std::abs(c.start - expected)) / double(window);
+            if (c.end < earliest || distance > 1.0)
+                continue;
+            const double score = c.confidence - distance;
+            if (score > bestScore) {
+                bestScore = score;
+                best = &c;
+            }
+        }
+        const std::ptrdiff_t lo = std::max(earliest, expected - window / 4);
+        const std::ptrdiff_t hi = std::min(musicEnd - 1, expected + window / 4);
+        if (best)
+            chosen.push_back(*best);
+        else if (lo < hi)
+            chosen.push_back(Quietest(f, lo, hi));
+        else
+            break;
+        earliest = chosen.back().start + 1;
+    }
     return chosen;
 }
 
@@ -311,16 +399,32 @@ SideTracks SideAnalyzer::analyze(const SideHints& hints) const
         if (c.to - c.from < minGap || c.to >= musicEnd)
             continue;
         Place(f, c);
-        Rate(f, c);
         pool.push_back(c);
     }
+    // This side's usual gap: the longest few stretches at the floor.
+    std::vector<double> gaps;
+    for (const Candidate& c : pool)
+        gaps.push_back(double(c.start - c.end) * hopSeconds);
+    std::sort(gaps.begin(), gaps.end(), std::greater<>());
+    gaps.resize(std::min<std::size_t>(gaps.size(), 3));
+    const double usualGap = gaps.empty() ? kLongGapSeconds : gaps[gaps.size() / 2];
+    const double gapScale = std::clamp(usualGap / kLongGapSeconds, 0.5, 1.0);
+    for (Candidate& c : pool)
+        Rate(f, c, gapScale);
 
     const std::ptrdiff_t minTrack = f.hops(kMinTrackSeconds);
     std::vector<Candidate> chosen;
-    if (hints.trackCount > 0)
+    if (!hints.trackSeconds.empty())
+        chosen = FitLengths(f, pool, hints.trackSeconds, musicStart, musicEnd);
+    else if (hints.trackCount > 0)
         chosen = Choose(pool, std::size_t(hints.trackCount - 1), -1.0, musicStart, musicEnd, minTrack);
     else
         chosen = Choose(pool, pool.size(), kAccept, musicStart, musicEnd, minTrack);
+    const std::size_t wanted = !hints.trackSeconds.empty() ? hints.trackSeconds.size()
+                               : hints.trackCount > 0      ? std::size_t(hints.trackCount)
+                                                           : 0;
+    if (wanted > 0)
+        FillUp(f, chosen, wanted - 1, musicStart, musicEnd);
 
     std::ptrdiff_t start = musicStart;
     for (const Candidate& c : chosen) {

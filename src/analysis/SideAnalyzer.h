@@ -9,14 +9,18 @@
 // again (with other hints) without touching the audio.
 //
 // analyze() measures each band against the side itself: its noise floor (the quietest hops:
-// surface noise, hiss, hum) and its music level. Clicks are taken out by a short median.
-// Music is present where the bass or middle band rises clearly above its floor; noise-like
-// sound (applause, hiss) is recognised by its tilt towards the high band and does not count
-// as music. Boundaries are the stretches where no music is present, rated by how close they
-// come to the floor, how long they last, how loud the music is on both sides and how much
-// the sound changes across them; tracks shorter than 15 s are not made. A track ends where
-// its sound reaches the floor (so fade-outs end late, not early) and starts where the next
-// music rises from it; lead-in and run-out are left out.
+// surface noise, hiss, hum) and its music level. Clicks and run-out ticks are taken out by a
+// short median. Music is present where a band rises clearly above its floor; noise-like sound
+// (applause, hiss) is recognised by its tilt towards the high band and does not count as
+// music. Every stretch without music is a candidate boundary, rated above all by its time at
+// the noise floor (rests inside a piece rarely last 1.5 s, gaps between tracks rarely less;
+// a side whose longest gaps are short lowers that bar), then by how much of it lies at the
+// floor, how loud the music is on both sides and how much the sound changes across it.
+// Tracks are at least 15 s long. A track ends where its sound reaches the floor (so a fade-out
+// ends late, not early) and starts where the next music rises from it; lead-in and run-out are
+// left out. A track count takes the likeliest boundaries; sleeve lengths, stretched over the
+// music, take the likeliest boundary near each expected one; where quiet places run out, the
+// longest tracks are cut at their quietest second.
 
 #include <cstddef>
 #include <cstdint>

@@ -29,13 +29,18 @@ bool Declared(const Command& command, const std::string& name)
     return false;
 }
 
+std::string Quote(const std::string& arg)
+{
+    std::string q = "'";
+    for (char c : arg)
+        q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
 std::string Shell(const std::string& script)
 {
-    TempFolder folder;
-    std::ofstream(folder.File("script.sh")) << script;
-    const std::string command =
-        "bash " + Quote(folder.File("script.sh")) + " 2>/dev/null >" + Quote(folder.File("out"));
-    return std::system(command.c_str()) == 0 ? Slurp(folder.File("out")) : "(failed)";
+    const auto run = RunProgram({"/bin/bash", "-c", script});
+    return run.status == 0 ? run.out : "(failed)";
 }
 
 // What bash offers after `words`, the last being the one completed.

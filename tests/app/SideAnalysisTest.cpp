@@ -106,3 +106,15 @@ TEST(SideAnalysis, ReadsOtherFormatsAndRatesAndANearlyEmptyFileHasNoTracks)
     EXPECT_TRUE(blip.levels.empty());
     EXPECT_TRUE(blip.tracks.empty());
 }
+
+// The detector's 32-bit sample fields wrap past 2^31; positions come from its seconds.
+TEST(SideAnalysis, TrackPositionsOfALongSideAtAHighRatePass32Bits)
+{
+    SideAnalysisResult result;
+    result.sampleRate = 192000;
+    result.tracks.push_back({13000.0f, 200.0f, INT32_MIN, 38400000});
+    const auto spans = result.spans();
+    ASSERT_EQ(spans.size(), 1u);
+    EXPECT_EQ(spans[0].startSample, 2'496'000'000);
+    EXPECT_EQ(spans[0].endSample, 2'534'400'000);
+}

@@ -131,7 +131,7 @@ TEST_F(ConvertCommandsTest, SplitCutsASideIntoNumberedTracks)
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(ReadTrackTags(result.lines[i])->trackNumber, QString::number(i + 1));
         const auto audio = DecodeFile(result.lines[i]);
-        // A track keeps the gap after it; where the detector puts the cut inside the gap is its business.
+        // Whether a track keeps some of the gap after it is the finder's business.
         const double seconds = double(audio.frames) / audio.sampleRate;
         EXPECT_GE(seconds, lengths[i] - 1.0) << "track " << i + 1;
         EXPECT_LE(seconds, lengths[i] + 6.0) << "track " << i + 1;

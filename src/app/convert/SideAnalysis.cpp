@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
+#include <cstdlib>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -194,16 +196,24 @@ SideAnalysisResult SideAnalysis::Run(const std::string& path, const SideAnalysis
 
     AudioFilter equaliser;
     equaliser.Set(options.equaliser);
+    result.finder = options.finder;
+    const bool gaps = options.finder == TrackFinder::Gaps;
     NoListener listener;
     GapDetector detector(listener, result.sampleRate);
-    detector.SetSampleRate(result.sampleRate);
+    if (gaps)
+        detector.SetSampleRate(result.sampleRate);
+    Analysis::SideAnalyzer analyzer(result.sampleRate);
 
     const bool sizeKnown = info.frames > 0 && info.frames < SF_COUNT_MAX;
     std::string readError;
     {
         ChunkReader reader(file.get(), equaliser);
         while (Chunk* chunk = reader.Next()) {
-            detector(chunk->left.data(), chunk->right.data(), chunk->frames);
+            if (gaps) {
+                detector(chunk->left.data(), chunk->right.data(), chunk->frames);
+            } else {
+                analyzer.process(chunk->left.data(), chunk->right.data(), chunk->frames);
+            }
             result.frames += std::int64_t(chunk->frames);
             reader.Done(chunk);
             if (options.progress && sizeKnown)
@@ -220,8 +230,12 @@ SideAnalysisResult SideAnalysis::Run(const std::string& path, const SideAnalysis
         throw SideAnalysisError(SideAnalysisError::Kind::ReadFailed,
                                 "could not be read to the end (" + readError + ")");
 
-    result.levels = detector.levels;
-    detector.FindTracks(result.tracks);
+    if (gaps) {
+        result.levels = detector.levels;
+        detector.FindTracks(result.tracks);
+    } else {
+        result.side = analyzer.analyze(options.hints);
+    }
     return result;
 }
 
@@ -234,6 +248,65 @@ CommandOption EqualiserOption()
             "treble cut "
             "for chrome tapes.",
             "none", "none riaa riaa-bass chrome"};
+}
+
+std::vector<Analysis::FoundTrack> SideAnalysisResult::spans() const
+{
+    if (finder == TrackFinder::Side)
+        return side.tracks;
+    // The detector's sample fields are 32-bit; its seconds are not limited.
+    std::vector<Analysis::FoundTrack> out;
+    for (const auto& t : tracks) {
+        const auto start = std::int64_t(double(t.start) * sampleRate);
+        out.push_back({start, start + std::int64_t(double(t.duration) * sampleRate)});
+    }
+    return out;
+}
+
+bool ParseTrackFinder(const std::string& name, TrackFinder& finder)
+{
+    if (name == "side")
+        finder = TrackFinder::Side;
+    else if (name == "gaps")
+        finder = TrackFinder::Gaps;
+    else
+        return false;
+    return true;
+}
+
+const char* TrackFinderName(TrackFinder finder) { return finder == TrackFinder::Side ? "side" : "gaps"; }
+
+bool ParseTrackLengths(const std::string& text, std::vector<double>& seconds)
+{
+    std::vector<double> out;
+    std::size_t at = 0;
+    while (at <= text.size()) {
+        const std::size_t comma = std::min(text.find(',', at), text.size());
+        const std::string item = text.substr(at, comma - at);
+        const std::size_t colon = item.find(':');
+        char* end = nullptr;
+        double value = 0.0;
+        if (colon == std::string::npos) {
+            value = std::strtod(item.c_str(), &end);
+            if (item.empty() || *end != '\0')
+                return false;
+        } else {
+            const std::string m = item.substr(0, colon), s = item.substr(colon + 1);
+            const long minutes = std::strtol(m.c_str(), &end, 10);
+            if (m.empty() || *end != '\0' || minutes < 0)
+                return false;
+            const double secs = std::strtod(s.c_str(), &end);
+            if (s.empty() || *end != '\0' || secs >= 60.0)
+                return false;
+            value = double(minutes) * 60.0 + secs;
+        }
+        if (!(value > 0.0) || !std::isfinite(value))
+            return false;
+        out.push_back(value);
+        at = comma + 1;
+    }
+    seconds = std::move(out);
+    return !seconds.empty();
 }
 
 bool ParseEqualiser(const std::string& name, AudioFilter::Type& type)

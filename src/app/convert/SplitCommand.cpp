@@ -1,9 +1,10 @@
-// tolm-convert split: a side recorded elsewhere, cut at the tracks the gap detector finds,
-// into track files or straight into the music library.
+// tolm-convert split: a side recorded elsewhere, cut at the tracks the side analysis (or the
+// gap detector) finds, into track files or straight into the music library.
 
 #include "Command.h"
 #include "CommandLine.h"
 #include "ConsoleApplication.h"
+#include "FinderOptions.h"
 #include "ImportOptions.h"
 #include "SideAnalysis.h"
 #include "library/ConsoleImport.h"
@@ -72,6 +73,9 @@ int RunSplit(const std::vector<std::string>& args)
     if (!import)
         return kExitBadInput;
     const auto eqName = parser.Value("eq");
+    SideAnalysisOptions options;
+    if (!TakeFinderOptions(parser, options))
+        return kExitBadInput;
     const auto out = parser.Value("out");
     const auto positionals = parser.Positionals();
     if (!positionals)
@@ -106,7 +110,6 @@ int RunSplit(const std::vector<std::string>& args)
     SideAnalysisResult analysis;
     {
         ProgressBar finding("Finding tracks");
-        SideAnalysisOptions options;
         options.equaliser = eq;
         options.progress = [&](double fraction) { finding.Update(fraction); };
         options.stopRequested = [] { return StopRequested(); };
@@ -119,22 +122,23 @@ int RunSplit(const std::vector<std::string>& args)
     }
     if (analysis.stopped)
         return kExitFailed;
-    if (analysis.tracks.empty()) {
+    const auto spans = analysis.spans();
+    if (spans.empty()) {
         std::fprintf(stderr, "No track was found in %s.\n", side.c_str());
         return kExitFailed;
     }
-    if (import->names.titles.size() > qsizetype(analysis.tracks.size()))
+    if (import->names.titles.size() > qsizetype(spans.size()))
         std::fprintf(stderr, "%lld titles for %zu tracks: the last ones are not used.\n",
-                     static_cast<long long>(import->names.titles.size()), analysis.tracks.size());
+                     static_cast<long long>(import->names.titles.size()), spans.size());
 
     std::optional<Library::StagedTracks> tracks;
     try {
         tracks.emplace();
         ProgressBar cutting("Cutting       ");
-        const auto count = double(analysis.tracks.size());
-        for (size_t i = 0; i < analysis.tracks.size() && !StopRequested(); ++i) {
-            const auto& track = analysis.tracks[i];
-            tracks->stage(QString::fromStdString(side), track.startSample, track.lengthSamples,
+        const auto count = double(spans.size());
+        for (size_t i = 0; i < spans.size() && !StopRequested(); ++i) {
+            const auto& track = spans[i];
+            tracks->stage(QString::fromStdString(side), track.startSample, track.endSample - track.startSample,
                           [&](double fraction) { cutting.Update((double(i) + fraction) / count); });
         }
     } catch (const Library::LibraryError& failure) {
@@ -155,7 +159,7 @@ int RunSplit(const std::vector<std::string>& args)
     for (const QString& path : outcome.filed)
         std::printf("%s\n", qPrintable(path));
     std::fprintf(stderr, "%lld of %zu track%s added to %s.\n", static_cast<long long>(outcome.filed.size()),
-                 analysis.tracks.size(), analysis.tracks.size() == 1 ? "" : "s",
+                 spans.size(), spans.size() == 1 ? "" : "s",
                  qPrintable(Library::LibrarySettings::folder()));
     return outcome.kept > 0 || outcome.stopped ? kExitFailed : kExitOk;
 }
@@ -169,6 +173,8 @@ std::vector<CommandOption> Options()
          "importing them.",
          "the current folder", "<dir>"},
     };
+    const auto finder = FinderOptionRows();
+    options.insert(options.end(), finder.begin(), finder.end());
     const auto import = ImportOptionRows();
     options.insert(options.end(), import.begin(), import.end());
     return options;
@@ -177,7 +183,7 @@ std::vector<CommandOption> Options()
 const Registration reg{
     {"split", "cut a side recorded elsewhere into its tracks, and import them if asked",
      "split FILE [--artist A] [--album B] [--title T]... [--album-artist A] [--year YYYY] [--side A|B] "
-     "[--eq none|riaa|riaa-bass|chrome] "
+     "[--eq none|riaa|riaa-bass|chrome] [--finder side|gaps] [--tracks N] [--lengths M:SS,...] "
      "[--out DIR | --import [--library DIR] [--format flac|mp3|ogg|opus|wav] [--quality 0-10]]",
      &RunSplit, Options()}};
 
