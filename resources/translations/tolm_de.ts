@@ -372,6 +372,10 @@
         <translation>Die Titel konnten nicht geschnitten werden; die Aufnahme bleibt, wie sie war.</translation>
     </message>
     <message>
+        <source>IDS_TAB13_KEEP_AS_RECORDED</source>
+        <translation>Mit den Titeln weitermachen, wie sie bei der Aufnahme geteilt wurden?</translation>
+    </message>
+    <message>
         <source>IDS_TAB13_NOTHING</source>
         <translation>Es wurde nichts aufgenommen.</translation>
     </message>

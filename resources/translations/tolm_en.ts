@@ -372,6 +372,10 @@
         <translation>The tracks could not be cut; the recording is kept as it was.</translation>
     </message>
     <message>
+        <source>IDS_TAB13_KEEP_AS_RECORDED</source>
+        <translation>Go on with the tracks as they were split while recording?</translation>
+    </message>
+    <message>
         <source>IDS_TAB13_NOTHING</source>
         <translation>Nothing was recorded.</translation>
     </message>

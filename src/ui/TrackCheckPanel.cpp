@@ -12,7 +12,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QLabel>
+#include <QMessageBox>
 #include <QProgressDialog>
+#include <QPushButton>
 #include <QSpinBox>
 #include <cmath>
 
@@ -317,8 +319,21 @@ std::optional<unsigned> TrackCheckPanel::cut(const std::function<std::string(uns
         error = QString::fromStdString(e.what());
     }
     progress.cancel();
-    AppDelegate::alert(Localized("IDS_WARNING"), Localized("IDS_TAB13_CUT_FAILED") + QLatin1Char('\n') + error);
-    return std::nullopt;
+    // Nothing was changed, so the tracks as split while recording are still there to go on with
+    // (the usual case: a full disk, which the recording itself may have run into).
+    QMessageBox box(QMessageBox::Warning, Localized("IDS_WARNING"),
+                    Localized("IDS_TAB13_CUT_FAILED") + QLatin1Char('\n') + error, QMessageBox::NoButton, mPanel);
+    box.setInformativeText(Localized("IDS_TAB13_KEEP_AS_RECORDED"));
+    QPushButton* keep = box.addButton(Localized("IDS_YES"), QMessageBox::YesRole);
+    box.setDefaultButton(keep);
+    box.addButton(Localized("IDS_NO"), QMessageBox::NoRole);
+    box.exec();
+    if (box.clickedButton() != keep)
+        return std::nullopt;
+    mCutLengths.clear();
+    for (const auto& take : mTakes->takes())
+        mCutLengths.push_back(take.frames);
+    return unsigned(mTakes->takes().size());
 }
 
 } // namespace Tolm::Ui

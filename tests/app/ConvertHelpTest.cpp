@@ -125,7 +125,7 @@ TEST(ManualPages, RenderCleanlyAndTellEveryCommandAndOption)
 
 TEST(BashCompletion, OffersCommandsTheirOptionsAndTheValuesAnOptionTakes)
 {
-    EXPECT_EQ(Completed({"rec"}), "record record-file\n");
+    EXPECT_EQ(Completed({"rec"}), "record record-file recover\n");
     EXPECT_EQ(Completed({"tracks", "--e"}), "--eq\n");
     EXPECT_EQ(Completed({"tracks", "--eq", ""}), "none riaa riaa-bass chrome\n");
     EXPECT_EQ(Completed({"import", "--format", "o"}), "ogg opus\n");

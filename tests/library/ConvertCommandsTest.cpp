@@ -178,12 +178,13 @@ TEST_F(ConvertCommandsTest, IntegerSourcesKeepTheirDepthBitForBit)
     EXPECT_EQ(tags->disc, 1);
     EXPECT_EQ(tags->date, QStringLiteral("1983"));
 
-    result = run({"split", "cd.wav", "--out", "cut", "--side", "B"});
+    // A steady tone has no noise floor for the side analysis to measure against: the gap finder.
+    result = run({"split", "cd.wav", "--finder", "gaps", "--out", "cut", "--side", "B"});
     ASSERT_EQ(result.exitCode, 0) << result.errors.toStdString();
     ASSERT_EQ(result.lines.size(), 1);
     const QString cut = QDir(mFolder.path()).filePath(result.lines[0]);
     EXPECT_EQ(readBack(cut, format), samples);
-    EXPECT_EQ(format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    EXPECT_EQ(format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_16);
     EXPECT_EQ(ReadTrackTags(cut)->disc, 2);
 
     EXPECT_EQ(run({"import", "--side", "AB", "cd.wav"}).exitCode, 2);

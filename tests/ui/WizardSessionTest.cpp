@@ -349,10 +349,9 @@ class WizardSessionTest : public QObject {
         QVERIFY(QDir().mkpath(library.folder));
         Wizard wizard({kPlainTurntable}, Tolm::Platform::MakeFunctionSource(&ShortSide::Sample));
         QVERIFY(wizard.startRecording());
-        wizard.rig.hardware->Pump(wizard.inputs.front(), 44100);
-        wizard.audio().newTrack();
-        wizard.rig.hardware->Pump(wizard.inputs.front(), 44100);
+        wizard.play(2 * ShortSide::kPiece + ShortSide::kGap); // two pieces
         QVERIFY(wizard.press("nextButton"));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 7u);
         QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
         QTest::keyClicks(wizard.field(7, 52), QStringLiteral("Attic"));
@@ -411,6 +410,7 @@ class WizardSessionTest : public QObject {
                  Tolm::Localized("A recording of %1 tracks, %2, from %3 was not finished.")
                      .arg(2)
                      .arg(QStringLiteral("00:05"), QLocale().toString(left[0].started, QStringLiteral("d MMM HH:mm"))));
+        QVERIFY(wizard.acceptTracks());
         QCOMPARE(wizard->selectedPanel(), 7u);
         QCOMPARE(wizard.usableNameFields(7), QStringLiteral("xx........"));
         QTest::keyClicks(wizard.field(7, 51), QStringLiteral("Nina Berg"));
