@@ -11,4 +11,5 @@ if [ "${CI:-}" = "true" ]; then werror=ON; fi
 
 cmake --preset "$preset" -DTOLM_WERROR="$werror" >/dev/null
 cmake --build --preset "$preset"
-ctest --preset "$preset" "$@"
+# Two at a time: most tests wait on audio played in real time, not on the processor.
+ctest --preset "$preset" --parallel "${TOLM_TEST_JOBS:-2}" "$@"

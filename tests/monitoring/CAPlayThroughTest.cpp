@@ -211,6 +211,7 @@ TEST(CAPlayThroughDeathTest, SetUpFailureEndsTheProgram)
     // The engine reports on standard output; send it to standard error to see it here.
     EXPECT_EXIT(
         {
+            std::fflush(stdout); // what the test program wrote before, not after
             dup2(2, 1);
             CAPlayThrough engine(0x7FFFFF00, rig.output);
         },
