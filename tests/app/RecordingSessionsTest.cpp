@@ -3,6 +3,8 @@
 
 #include "TracksTestSide.h"
 
+#include "SoundFile.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -62,12 +64,8 @@ void Sleep(double seconds)
 
 sf_count_t Frames(const std::string& path)
 {
-    SF_INFO info{};
-    SNDFILE* sf = sf_open(path.c_str(), SFM_READ, &info);
-    if (!sf)
-        return -1;
-    sf_close(sf);
-    return info.frames;
+    const auto file = Tolm::Test::ReadSoundFile(path);
+    return file.opened ? file.info.frames : -1;
 }
 
 std::vector<std::string> FilesUnder(const std::string& folder)

@@ -8,6 +8,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include "SoundFile.h"
+
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
@@ -37,12 +39,8 @@ void WriteKilledTake(const std::string& path, UInt32 counted, UInt32 more)
 
 sf_count_t Frames(const std::string& path)
 {
-    SF_INFO info{};
-    SNDFILE* sf = sf_open(path.c_str(), SFM_READ, &info);
-    if (!sf)
-        return -1;
-    sf_close(sf);
-    return info.frames;
+    const auto file = Tolm::Test::ReadSoundFile(path);
+    return file.opened ? file.info.frames : -1;
 }
 
 } // namespace

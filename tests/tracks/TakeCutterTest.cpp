@@ -2,6 +2,8 @@
 #include "tracks/TakeCutter.h"
 #include "tracks/TrackError.h"
 
+#include "SoundFile.h"
+
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
@@ -34,14 +36,7 @@ void WriteTake(const std::string& path, std::int64_t first, std::int64_t frames)
 
 std::vector<float> ReadAll(const std::string& path)
 {
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (!file)
-        return {};
-    std::vector<float> samples(std::size_t(info.frames) * 2);
-    sf_readf_float(file, samples.data(), info.frames);
-    sf_close(file);
-    return samples;
+    return Tolm::Test::ReadSoundFile(path).samples;
 }
 
 struct ThreeTakes {

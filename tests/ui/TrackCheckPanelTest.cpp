@@ -14,6 +14,8 @@
 #include <QAbstractButton>
 #include <QSpinBox>
 #include <QTemporaryDir>
+#include "SoundFile.h"
+
 #include <QtTest>
 #include <cmath>
 #include <sndfile.h>
@@ -70,14 +72,7 @@ std::vector<std::string> WriteTakes(const QTemporaryDir& folder)
 
 std::vector<float> ReadAll(const std::string& path)
 {
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (!file)
-        return {};
-    std::vector<float> samples(std::size_t(info.frames) * 2);
-    sf_readf_float(file, samples.data(), info.frames);
-    sf_close(file);
-    return samples;
+    return Tolm::Test::ReadSoundFile(path).samples;
 }
 
 struct Panel {
