@@ -220,3 +220,16 @@ TEST(SideAnalyzer, SilenceAndNothingAreNoTracksAndABrokenSampleIsNoHarm)
     EXPECT_TRUE(SideAnalyzer(kRate).analyze({3, {}}).tracks.empty());
     EXPECT_THROW(SideAnalyzer(0.0), std::invalid_argument);
 }
+
+// A short opening phrase and a long rest before the piece goes on: too short to be a track.
+TEST(SideAnalyzer, APieceIsNotCutIntoAPhraseShorterThanATrack)
+{
+    Side side;
+    side.quiet(2);
+    side.song(45, 30, [](double t) { return t > 6 && t < 8.5 ? 0.0 : 1.0; });
+    side.quiet(3);
+    side.song(40, 31);
+    side.quiet(5);
+    side.wear(side.now() - 5);
+    ExpectNear(Starts(side.analyze()), side.starts, 0.3);
+}
