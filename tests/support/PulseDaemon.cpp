@@ -37,6 +37,29 @@ std::string Trim(std::string text)
     return text;
 }
 
+// A program's argument and environment arrays for posix_spawn: ours, with `extraEnvironment`
+// ("NAME=value") set on top.
+struct SpawnArguments {
+    SpawnArguments(const std::vector<std::string>& args, const std::vector<std::string>& extraEnvironment)
+    {
+        for (char** e = environ; *e; ++e)
+            environment.emplace_back(*e);
+        for (const std::string& extra : extraEnvironment) {
+            const std::string key = extra.substr(0, extra.find('=') + 1);
+            std::erase_if(environment, [&](const std::string& e) { return e.starts_with(key); });
+            environment.push_back(extra);
+        }
+        for (const std::string& a : args)
+            argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        for (const std::string& e : environment)
+            envp.push_back(const_cast<char*>(e.c_str()));
+        envp.push_back(nullptr);
+    }
+    std::vector<std::string> environment;
+    std::vector<char*> argv, envp;
+};
+
 struct SpawnResult {
     bool started = false;
     int status = -1; // exit status, or -1 when killed or timed out
@@ -53,21 +76,7 @@ SpawnResult Run(const std::vector<std::string>& args, const std::vector<std::str
     const std::string outPath = scratchDir + "/spawn.out";
     const std::string errPath = scratchDir + "/spawn.err";
 
-    std::vector<std::string> environment;
-    for (char** e = environ; *e; ++e)
-        environment.emplace_back(*e);
-    for (const std::string& extra : extraEnvironment) {
-        const std::string key = extra.substr(0, extra.find('=') + 1);
-        std::erase_if(environment, [&](const std::string& e) { return e.starts_with(key); });
-        environment.push_back(extra);
-    }
-    std::vector<char*> argv, envp;
-    for (const std::string& a : args)
-        argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    for (const std::string& e : environment)
-        envp.push_back(const_cast<char*>(e.c_str()));
-    envp.push_back(nullptr);
+    const SpawnArguments spawn(args, extraEnvironment);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -76,7 +85,7 @@ SpawnResult Run(const std::vector<std::string>& args, const std::vector<std::str
     posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addclosefrom_np(&actions, 3);
     pid_t pid = 0;
-    const int error = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    const int error = posix_spawnp(&pid, spawn.argv[0], &actions, nullptr, spawn.argv.data(), spawn.envp.data());
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
         result.errors = args[0] + ": " + std::strerror(error);
@@ -110,21 +119,7 @@ SpawnResult Run(const std::vector<std::string>& args, const std::vector<std::str
 int Spawn(const std::vector<std::string>& args, const std::vector<std::string>& extraEnvironment,
           const std::string& logPath)
 {
-    std::vector<std::string> environment;
-    for (char** e = environ; *e; ++e)
-        environment.emplace_back(*e);
-    for (const std::string& extra : extraEnvironment) {
-        const std::string key = extra.substr(0, extra.find('=') + 1);
-        std::erase_if(environment, [&](const std::string& e) { return e.starts_with(key); });
-        environment.push_back(extra);
-    }
-    std::vector<char*> argv, envp;
-    for (const std::string& a : args)
-        argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    for (const std::string& e : environment)
-        envp.push_back(const_cast<char*>(e.c_str()));
-    envp.push_back(nullptr);
+    const SpawnArguments spawn(args, extraEnvironment);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
@@ -132,7 +127,7 @@ int Spawn(const std::vector<std::string>& args, const std::vector<std::string>& 
     posix_spawn_file_actions_adddup2(&actions, 1, 2);
     posix_spawn_file_actions_addclosefrom_np(&actions, 3);
     pid_t pid = 0;
-    const int error = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    const int error = posix_spawnp(&pid, spawn.argv[0], &actions, nullptr, spawn.argv.data(), spawn.envp.data());
     posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : 0;
 }
